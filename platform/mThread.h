@@ -1,0 +1,72 @@
+// Threads, events, locks and clocks over POSIX threads. Threads are created detached and are
+// never joined: their owners stop them by clearing a flag the thread polls.
+#ifndef GPSDR_PLATFORM_MTHREAD_H
+#define GPSDR_PLATFORM_MTHREAD_H
+
+#include <cstdint>
+
+// A thread body, as handed to mThreadCreate*.
+typedef void* (*mThreadRoutine)(void*);
+
+// Thread handle: the thread id cut to 32 bits; 0 means failure.
+typedef uint32_t mTHREAD;
+
+mTHREAD mThreadCreate(void* routine, void* arg);
+mTHREAD mThreadCreateWithStackSize(void* routine, void* arg, unsigned long stackSize);
+mTHREAD mThreadCreateWithPriority(void* routine, void* arg, int priority);
+int mSetThreadName(const char* name);
+
+void mThreadJoin(mTHREAD thread);
+void mThreadClose(mTHREAD thread);
+int mThreadSetPriority(mTHREAD thread, int priority);
+void mThreadSetHighPriority(mTHREAD thread);
+void mThreadSetLowPriority(mTHREAD thread);
+void mThreadResume(mTHREAD thread);
+void mThreadSuspend(mTHREAD thread);
+void mThreadGetExitCode(mTHREAD thread);
+void mThreadTerminate(mTHREAD thread);
+int mThreadGetPriority(mTHREAD thread);
+
+// ---------------------------------------------------------------- events
+struct mEventObject;
+typedef mEventObject* mEVENT;
+
+#define M_INFINITE 0xFFFFFFFFUL
+
+mEVENT mEventCreate(int manualReset);
+void mEventRaise(mEVENT event);
+void mEventReset(mEVENT event);
+// 0 when the event was signalled, -1 on time-out or error. 0 polls, M_INFINITE waits forever.
+int mEventWait(mEVENT event, unsigned long timeoutMs);
+void mEventDestroy(mEVENT event);
+int mEventMultiWait(void);
+
+// ---------------------------------------------------------------- locks
+// A plain, non-recursive mutex. Releasing it from a thread that does not hold it is harmless.
+class mCSyncObject {
+public:
+    mCSyncObject();
+    ~mCSyncObject();
+    mCSyncObject(const mCSyncObject&) = delete;
+    mCSyncObject& operator=(const mCSyncObject&) = delete;
+
+    void Lock();
+    void Unlock();
+    int Trylock();  // 1 when acquired, else 0
+
+private:
+    // (members chosen by the implementation in platform/mThread.cpp)
+};
+
+void* mSyncCreate(void);
+void mSyncLock(void* h);
+void mSyncUnlock(void* h);
+int mSyncTrylock(void* h);
+void mSyncDestroy(void* h);
+
+// ---------------------------------------------------------------- clocks
+uint32_t mGetMilisec(void);      // wall clock in ms, wrapping at 32 bits
+unsigned long mGetCurrentTime(void);  // local HHMMSS00
+unsigned long mGetCurrentDate(void);  // local YYYYMMDD
+
+#endif

@@ -1,0 +1,28 @@
+// Diagnostics: the Android log (INFO, tag "Varnex") and, once started, a file log.
+#ifndef GPSDR_PLATFORM_MTRACE_H
+#define GPSDR_PLATFORM_MTRACE_H
+
+void mTraceW(const unsigned short* format, ...);
+void mTraceA(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void mHexTrace(unsigned char* data, int len, unsigned int perLine);
+void mException(unsigned short* what, const unsigned short* from, unsigned long line);
+
+class mFLog {
+public:
+    mFLog();
+    mFLog(char* dir, char* prefix);
+
+    void SetDayLimit(int days);
+    void Puts(const char* text);
+    void Write(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void WriteTitle(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void WriteTitleLine(int width);
+    void Dump(char* title, void* data, int size);
+
+    // (further members chosen by the implementation in platform/mTrace.cpp)
+};
+
+int mFLogStart(char* dir, char* prefix);
+extern mFLog* g_pFileLog;
+
+#endif
