@@ -59,9 +59,10 @@ void Ucs4ToUcs2(unsigned short* d, const char* s);
 
 // ---------------------------------------------------------------- formatter
 // buf receives at most n units including the terminator; the result is the number of units the
-// whole output needs. Arguments: %d %i %u %o %x %X %c take int (h: short, l: long read as 32
-// bits, ll/L: long long); %s takes const unsigned short*; %f takes double; %p and %b take a
-// 64-bit integer (pass (unsigned long long)(uintptr_t)ptr); %n takes none.
+// whole output needs. Arguments: %d %i %u %o %x %X %c take a 32-bit int, also with 'l' (pass
+// int or unsigned int, never long); 'h' reads the low 16 bits; 'll'/'L' take a 64-bit long long;
+// %s takes const unsigned short*; %f takes double; %p and %b take a 64-bit integer (pass
+// (unsigned long long)(uintptr_t)ptr); %n takes none.
 int vswprintf16(unsigned short* buf, unsigned int n, const unsigned short* fmt, va_list ap);
 int swprintf16(unsigned short* buf, unsigned int n, const unsigned short* fmt, ...);
 int swscanf16(const unsigned short* s, const unsigned short* fmt, ...);
