@@ -34,15 +34,20 @@ unsigned int wcslen16(const unsigned short* s);
 unsigned int wcsnlen16(const unsigned short* s, unsigned int n);
 unsigned short* wcscpy16(unsigned short* d, const unsigned short* s);
 unsigned short* wcscat16(unsigned short* d, const unsigned short* s);
+// Terminates d only when it stopped after n units; when s ends first, d must be cleared.
 unsigned short* wcsncat16(unsigned short* d, const unsigned short* s, unsigned int n);
+// Copies wcsnlen16(s, n) units and a terminator (d needs up to n + 1 units); no zero filling.
 unsigned short* wcsncpy16(unsigned short* d, const unsigned short* s, unsigned int n);
 unsigned short* wcsdup16(const unsigned short* s);  // release with free()
 unsigned short* wcsupr16(unsigned short* s);
 unsigned short* wcslwr16(unsigned short* s);
+// Comparisons return -1, 0 or 1 (the case-insensitive ones the difference of the folded units);
+// wcscmp16 looks at no more than 1000000 units.
 int wcsncmp16(const unsigned short* a, const unsigned short* b, unsigned int n);
 int wcscmp16(const unsigned short* a, const unsigned short* b);
 int wcsicmp16(const unsigned short* a, const unsigned short* b);
 int wcsnicmp16(const unsigned short* a, const unsigned short* b, unsigned int n);
+// wcschr16 and wcsstr16 search positions 0 to 65535 only; wcsrchr16 never returns s itself.
 unsigned short* wcschr16(const unsigned short* s, unsigned short c);
 unsigned short* wcsrchr16(const unsigned short* s, unsigned short c);
 unsigned int wcsspn16(const unsigned short* s, const unsigned short* set);
@@ -61,10 +66,15 @@ void Ucs4ToUcs2(unsigned short* d, const char* s);
 // buf receives at most n units including the terminator; the result is the number of units the
 // whole output needs. Arguments: %d %i %u %o %x %X %c take a 32-bit int, also with 'l' (pass
 // int or unsigned int, never long); 'h' reads the low 16 bits; 'll'/'L' take a 64-bit long long;
-// %s takes const unsigned short*; %f takes double; %p and %b take a 64-bit integer (pass
-// (unsigned long long)(uintptr_t)ptr); %n takes none.
+// %s takes const unsigned short* (null prints nothing); %f takes double; %p and %b take a
+// 64-bit integer (pass (unsigned long long)(uintptr_t)ptr); %n takes none.
 int vswprintf16(unsigned short* buf, unsigned int n, const unsigned short* fmt, va_list ap);
 int swprintf16(unsigned short* buf, unsigned int n, const unsigned short* fmt, ...);
+
+// sscanf over 16-bit text: %d %i %u %o %x %X store through int* (also with 'l'), short* with
+// 'h', long long* with 'll'/'L'; %s and %c fill unsigned short* (%c without a terminator);
+// %n stores the units consumed; '*' skips the assignment. Returns the number of assignments,
+// or -1 when the input ends before the first conversion.
 int swscanf16(const unsigned short* s, const unsigned short* fmt, ...);
 
 #endif
