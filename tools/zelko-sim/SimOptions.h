@@ -1,0 +1,39 @@
+// Command-line options of zelko-sim.
+#ifndef GPSDR_TOOLS_ZELKO_SIM_SIMOPTIONS_H
+#define GPSDR_TOOLS_ZELKO_SIM_SIMOPTIONS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct SimInterval {
+    double start;
+    double length;  // < 0: to the end of the run
+};
+
+struct SimOptions {
+    std::string device;  // empty: a new pseudo-terminal
+    std::string output;  // non-empty: write the stream to this file, unpaced
+    std::string truth;
+    int rate = 1;
+    double duration = 0;  // 0: until killed
+    int64_t startMs = 0;  // simulated UTC at t = 0
+    uint8_t version[3] = {2, 2, 0};
+    double coldStart = 5;
+    int mountPitch = 0, mountRoll = 0;
+    int sats = 12;
+    std::vector<SimInterval> tunnels, stops, silences;
+    double vanish = -1;
+    int chunkMin = 0, chunkMax = 0;  // 0: one write per cycle
+    double noise = 0, corrupt = 0;
+    uint32_t seed = 1;
+};
+
+// Fills opt from argv; on failure returns false with a message in error.
+bool ParseOptions(int argc, char** argv, SimOptions& opt, std::string& error);
+
+bool InAnyInterval(const std::vector<SimInterval>& list, double t);
+
+extern const char kSimUsage[];
+
+#endif

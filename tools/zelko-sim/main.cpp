@@ -1,0 +1,123 @@
+// zelko-sim: plays a Zelko GPS/DR module on a pseudo-terminal (or a device, or into a file)
+// so that the library can be run and tested without the hardware.
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "tools/zelko-sim/SimCommands.h"
+#include "tools/zelko-sim/SimFrames.h"
+#include "tools/zelko-sim/SimLink.h"
+#include "tools/zelko-sim/SimMessages.h"
+#include "tools/zelko-sim/SimOptions.h"
+#include "tools/zelko-sim/SimScenario.h"
+#include "tools/zelko-sim/SimStream.h"
+#include "tools/zelko-sim/SimTruth.h"
+
+namespace {
+
+struct Session {
+    const SimOptions& opt;
+    Link link;
+    ModuleState module;
+    HostFrameReader reader;
+    SimRandom linkRandom;
+    ChunkPlan plan;
+    double t0 = 0;
+};
+
+void Log(double t, const std::string& text) {
+    std::fprintf(stderr, "zelko-sim [%9.3f] %s\n", t, text.c_str());
+}
+
+// Answers the host until sim time `until`.
+void Serve(Session& s, double until) {
+    uint8_t buf[512];
+    for (double now = MonotonicSeconds() - s.t0; now < until; now = MonotonicSeconds() - s.t0) {
+        const size_t n = LinkRead(s.link, buf, sizeof buf, until - now);
+        s.reader.Push(buf, n);
+        Frame frame;
+        bool ok = false;
+        while (s.reader.Next(frame, ok)) {
+            const double at = MonotonicSeconds() - s.t0;
+            CommandOutcome out = HandleHostFrame(frame, ok, s.module, at);
+            if (!out.replies.empty() && InAnyInterval(s.opt.silences, at)) {
+                out.log += " (silent: not sent)";
+                out.replies.clear();
+            }
+            Log(at, out.log);
+            std::vector<uint16_t> corrupt;
+            const Frame wire = ToWire(out.replies, FaultRates{0, s.opt.corrupt}, s.linkRandom, corrupt);
+            LinkWrite(s.link, wire, s.plan, s.linkRandom);
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    SimOptions opt;
+    std::string error;
+    if (!ParseOptions(argc, argv, opt, error)) {
+        if (error == kSimUsage) {
+            std::fputs(kSimUsage, stdout);
+            return 0;
+        }
+        std::fprintf(stderr, "zelko-sim: %s\n%s", error.c_str(), kSimUsage);
+        return 2;
+    }
+    const double period = 1.0 / opt.rate;
+    Session s{opt, Link{}, ModuleState{}, HostFrameReader{},
+              SimRandom(opt.seed, RandomStream::Link), ChunkPlan{opt.chunkMin, opt.chunkMax, period / 2}};
+    std::copy(opt.version, opt.version + 3, s.module.version);
+    s.module.coldStartSeconds = opt.coldStart;
+    SetMountAngle(s.module, opt.mountPitch, opt.mountRoll);
+
+    FILE* truth = nullptr;
+    if (!opt.truth.empty() && (truth = std::fopen(opt.truth.c_str(), "w")) == nullptr) {
+        std::perror(opt.truth.c_str());
+        return 1;
+    }
+    if (!OpenLink(opt, s.link, error)) {
+        std::fprintf(stderr, "zelko-sim: %s\n", error.c_str());
+        return 1;
+    }
+    const bool paced = s.link.kind != LinkKind::File;
+    if (paced) {
+        std::printf("%s\n", s.link.path.c_str());
+        std::fflush(stdout);
+    }
+
+    Scenario scenario(opt);
+    SimRandom faults(opt.seed, RandomStream::Faults);
+    const FaultRates cycleFaults{opt.noise, opt.corrupt};
+    s.t0 = MonotonicSeconds();
+    int status = 0;
+    for (uint32_t k = 0;; ++k) {
+        const double t = k * period;
+        const bool end = opt.duration > 0 && t >= opt.duration;
+        const bool vanish = opt.vanish >= 0 && t >= opt.vanish;
+        if (paced) Serve(s, end ? opt.duration : vanish ? opt.vanish : t);
+        if (vanish && !end) Log(opt.vanish, "vanish: closing " + s.link.path);
+        if (end || vanish) break;
+
+        const CycleState c = scenario.Next(s.module);
+        std::vector<uint16_t> corrupt;
+        Frame wire;
+        if (!c.silent) wire = ToWire(CycleFrames(c, s.module), cycleFaults, faults, corrupt);
+        if (!LinkWrite(s.link, wire, s.plan, s.linkRandom)) {
+            std::perror(s.link.path.c_str());
+            status = 1;
+            break;
+        }
+        if (truth) {
+            std::fputs(TruthLine(c, wire.size(), corrupt).c_str(), truth);
+            std::fflush(truth);
+        }
+    }
+    CloseLink(s.link);
+    if (truth) std::fclose(truth);
+    return status;
+}
