@@ -3,6 +3,9 @@
 #ifndef GPSDR_PLATFORM_MTHREAD_H
 #define GPSDR_PLATFORM_MTHREAD_H
 
+#include <pthread.h>
+
+#include <atomic>
 #include <cstdint>
 
 // A thread body, as handed to mThreadCreate*.
@@ -55,7 +58,11 @@ public:
     int Trylock();  // 1 when acquired, else 0
 
 private:
-    // (members chosen by the implementation in platform/mThread.cpp)
+    pthread_mutex_t m_mutex;
+    // Who holds the mutex (0: nobody), so that a release from any other thread, or a second
+    // release, can be told apart and ignored. Only the holder stores its own id, so every
+    // thread reads its own writes and relaxed order suffices.
+    std::atomic<uintptr_t> m_owner;
 };
 
 void* mSyncCreate(void);

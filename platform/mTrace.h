@@ -19,7 +19,15 @@ public:
     void WriteTitleLine(int width);
     void Dump(char* title, void* data, int size);
 
-    // (further members chosen by the implementation in platform/mTrace.cpp)
+private:
+    friend int mFLogStart(char* dir, char* prefix);
+
+    int SetFile(char* dir, char* prefix);
+
+    char m_szFile[260];
+    unsigned short m_wszFile[260];  // the same path, for messages
+    int m_nReady;                   // non-zero once the file was created
+    int m_nDayLimit;                // stored only: old files are never pruned
 };
 
 int mFLogStart(char* dir, char* prefix);

@@ -1,0 +1,40 @@
+// Wall-clock readings.
+#include "platform/mThread.h"
+
+#include <sys/time.h>
+
+#include <ctime>
+
+namespace {
+
+tm LocalNow()
+{
+    timeval now;
+    gettimeofday(&now, nullptr);
+    const time_t secs = now.tv_sec;
+    tm local{};
+    localtime_r(&secs, &local);
+    return local;
+}
+
+}  // namespace
+
+uint32_t mGetMilisec(void)
+{
+    timeval now;
+    gettimeofday(&now, nullptr);
+    return static_cast<uint32_t>(now.tv_sec) * 1000u + static_cast<uint32_t>(now.tv_usec / 1000);
+}
+
+unsigned long mGetCurrentTime(void)
+{
+    const tm t = LocalNow();
+    // Hundredths are always 0; readers expect the HHMMSS00 shape.
+    return static_cast<unsigned long>(((t.tm_hour * 100 + t.tm_min) * 100 + t.tm_sec) * 100);
+}
+
+unsigned long mGetCurrentDate(void)
+{
+    const tm t = LocalNow();
+    return static_cast<unsigned long>((t.tm_year + 1900) * 10000 + (t.tm_mon + 1) * 100 + t.tm_mday);
+}

@@ -1,0 +1,101 @@
+// Trace output: every diagnostic goes to the Android log and, once started, to the file log.
+// Called from every thread without a lock, so each call works in its own stack buffers.
+#include "platform/mTrace.h"
+
+#include "platform/mAndroidLog.h"
+#include "platform/mCharset.h"
+#include "platform/mString16.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+const unsigned int kWideUnits = 8192;
+const unsigned int kTextBytes = 2048;
+const unsigned int kNarrowBytes = 4096;
+// Units that fit into the text buffer whatever they are: EUC-KR takes at most two bytes each.
+const unsigned int kSafeUnits = (kTextBytes - 1) / 2;
+
+// Converts to EUC-KR, cut where the text stops fitting or reaches a character EUC-KR lacks.
+void Narrow(const unsigned short* wide, unsigned char (&text)[kTextBytes])
+{
+    const unsigned int len = wcslen16(wide);
+    const unsigned int bulk = len < kSafeUnits ? len : kSafeUnits;
+    const int done = WideToEucKr(text, wide, static_cast<int>(bulk * 2));
+    // Every unit takes at least one byte, so 0 from a non-empty run also means a failure.
+    if (done < 0 || (done == 0 && bulk > 0)) {
+        text[done < 0 ? -done : 0] = 0;
+        return;
+    }
+    unsigned int used = static_cast<unsigned int>(done);
+    for (unsigned int i = bulk; i < len; ++i) {
+        unsigned char one[3];
+        const int n = WideToEucKr(one, wide + i, 2);
+        if (n <= 0 || used + static_cast<unsigned int>(n) >= kTextBytes) break;
+        std::memcpy(text + used, one, static_cast<size_t>(n));
+        used += static_cast<unsigned int>(n);
+    }
+    text[used] = 0;
+}
+
+void Emit(const char* text)
+{
+    // The text is handed over as the format: a '%' that survives the first formatting is
+    // expanded again, as it always has been on the device; messages are written for that.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-security"
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    __android_log_print(ANDROID_LOG_INFO, "Varnex", text);
+#pragma GCC diagnostic pop
+    if (g_pFileLog) g_pFileLog->Puts(text);
+}
+
+}  // namespace
+
+void mTraceW(const unsigned short* format, ...)
+{
+    if (!format) return;
+    unsigned short wide[kWideUnits];
+    va_list ap;
+    va_start(ap, format);
+    vswprintf16(wide, kWideUnits, format, ap);
+    va_end(ap);
+    unsigned char text[kTextBytes];
+    Narrow(wide, text);
+    Emit(reinterpret_cast<const char*>(text));
+}
+
+void mTraceA(const char* format, ...)
+{
+    if (!format) return;
+    char text[kNarrowBytes];
+    va_list ap;
+    va_start(ap, format);
+    if (std::vsnprintf(text, sizeof text, format, ap) < 0) text[0] = 0;
+    va_end(ap);
+    Emit(text);
+}
+
+void mHexTrace(unsigned char* data, int len, unsigned int perLine)
+{
+    if (!data) return;
+    unsigned int column = 0;
+    for (int i = 0; i < len; ++i) {
+        if (column == 0) mTraceW(W16("%04X -"), i);
+        mTraceW(W16(" %02X"), data[i]);
+        if (++column == perLine) {
+            mTraceW(W16("\n"));
+            column = 0;
+        }
+    }
+    if (column != 0) mTraceW(W16("\n"));
+}
+
+void mException(unsigned short* what, const unsigned short* from, unsigned long line)
+{
+    mTraceW(W16("[### Exception Occurs] %s, [From] %s, [Line] %d\n"), what, from,
+            static_cast<int>(static_cast<uint32_t>(line)));
+}
