@@ -1,0 +1,80 @@
+// Reassembly of the module's chunked byte stream into frames, handled in arrival order.
+#include <algorithm>
+#include <cstring>
+
+#include "module/position/PositionMgr.h"
+#include "platform/mString16.h"
+#include "platform/mTrace.h"
+
+namespace {
+
+// Frames handled per call before the rest of the buffer is dropped: bounds the time per read.
+const int kMaxFramesPerCall = 22;
+const int kFixWithRawDR = 3002;
+
+}  // namespace
+
+void CPositionMgr::ClearStore()
+{
+    std::memset(m_ucStore, 0, sizeof m_ucStore);
+    m_wStoreLen = 0;
+}
+
+void CPositionMgr::DiscardStored(unsigned count)
+{
+    std::memmove(m_ucStore, m_ucStore + count, m_wStoreLen - count);
+    m_wStoreLen = static_cast<uint16_t>(m_wStoreLen - count);
+}
+
+int CPositionMgr::ParsingZelko(char* data, unsigned short len)
+{
+    if (m_pParser == nullptr || data == nullptr || len == 0) return 0;
+
+    if (m_wStoreLen + len > STORE_BUFFER_SIZE) {
+        mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] Buffer Reset because store buffer over Max : CurSize(%d), AddSize(%d)\n"),
+                static_cast<int>(m_wStoreLen), static_cast<int>(len));
+        ClearStore();
+    }
+    // The reader never delivers more than the buffer holds; a larger chunk is cut, not overrun.
+    const unsigned add = std::min<unsigned>(len, STORE_BUFFER_SIZE - m_wStoreLen);
+    std::memcpy(m_ucStore + m_wStoreLen, data, add);
+    m_wStoreLen = static_cast<uint16_t>(m_wStoreLen + add);
+
+    // The start search answers modulo 256 and is compared with this chunk's length rather than
+    // the stored length; both are kept on purpose: long garbage is dropped in 8-bit steps.
+    unsigned char start = CZELKOParser::FindStartMsg(m_ucStore, m_wStoreLen);
+    if (start == len) {
+        mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] Buffer Reset because buffer have no start bit\n"));
+        ClearStore();
+        return 0;
+    }
+    if (start > 0) DiscardStored(start);
+
+    unsigned char end = CZELKOParser::FindEndMsg(m_ucStore, m_wStoreLen);
+    if (end == 0) return 0;
+
+    int result = 0;
+    for (int frames = 1;; ++frames) {
+        const unsigned char frameLen = static_cast<unsigned char>(end + 1);
+        const int id = m_pParser->Parsing(m_ucStore, frameLen, 1);
+        ActOnMessage(id);
+        if (id == kFixWithRawDR) result = 1;
+        DiscardStored(frameLen);
+
+        if (frames == kMaxFramesPerCall) {
+            mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] Buffer Clear(many data read by once)\n"));
+            ClearStore();
+            return result;
+        }
+        if (m_wStoreLen == 0) return result;
+
+        start = CZELKOParser::FindStartMsg(m_ucStore, m_wStoreLen);
+        if (start == len) {
+            ClearStore();
+            return result;
+        }
+        if (start > 0) DiscardStored(start);
+        end = CZELKOParser::FindEndMsg(m_ucStore, m_wStoreLen);
+        if (end == 0) return result;
+    }
+}

@@ -1,0 +1,384 @@
+// What each module message does to the position and module state, quirks included.
+#include <climits>
+#include <cstring>
+
+#include "module/position/PositionMgr.h"
+#include "tests/position/PositionTestSupport.h"
+
+namespace {
+
+using pt::Describe;
+using zf::Bytes;
+
+int FeedTo(CPositionMgr& m, const Bytes& logical)
+{
+    std::vector<char> c = pt::Chars(zf::Stuff(zf::Seal(logical)));
+    return m.ParsingZelko(c.data(), static_cast<unsigned short>(c.size()));
+}
+
+template <class T>
+T Get(const CPositionMgr& m, int (CPositionMgr::*getter)(T*) const)
+{
+    T v;
+    std::memset(&v, 0xA5, sizeof v);
+    EXPECT_EQ((m.*getter)(&v), 1);
+    return v;
+}
+
+Bytes Fix(uint8_t status, uint8_t ext, uint32_t lat, uint32_t lon, uint16_t heading)
+{
+    Bytes f = zf::Blank(0x30, 0x02, 51);
+    f[3] = status;
+    f[4] = ext;
+    zf::Put32(f, 10, lat);
+    zf::Put32(f, 14, lon);
+    zf::Put16(f, 20, heading);
+    return f;
+}
+
+Bytes GpsFix(uint8_t modeByte, uint16_t heading, size_t len = 33)
+{
+    Bytes f = zf::Blank(0x31, len == 33 ? 0x01 : 0x02, len);
+    f[7] = modeByte;
+    zf::Put32(f, 9, 1u << 29);  // 45 N
+    zf::Put32(f, 13, 1u << 30);  // 90 E
+    zf::Put16(f, 19, heading);
+    zf::Put16(f, 21, 1000);
+    return f;
+}
+
+Bytes Time(uint16_t year, uint16_t dop3 = 768, uint8_t fixKind = 0x27, uint8_t used = 0x3D)
+{
+    Bytes f = zf::TimeConstel(year, 3, 15, 12, 34, 56, used);
+    zf::Put16(f, 11, 256);
+    zf::Put16(f, 13, 512);
+    zf::Put16(f, 15, dop3);
+    f[18] = fixKind;
+    return f;
+}
+
+Bytes Mount(float pitchSine, float rollTerm, uint8_t progress)
+{
+    Bytes f = zf::Blank(0x70, 0x60, 75);
+    zf::PutF32(f, 29, pitchSine);
+    zf::PutF32(f, 33, rollTerm);
+    f[72] = progress;
+    return f;
+}
+
+class Actions : public ::testing::Test {
+protected:
+    void SetUp() override { mgr.Initialize(1, 1, 2); }
+
+    int Feed(const Bytes& logical) { return FeedTo(mgr, logical); }
+    std::string PosText() { return Describe(Get(mgr, &CPositionMgr::GetPosData)); }
+    std::string LowText() { return Describe(Get(mgr, &CPositionMgr::GetZelkoLowOutData)); }
+    _mGPSDREngineerInfo Eng() { return Get(mgr, &CPositionMgr::GetEngineeringModeData); }
+
+    pt::Traces traces;
+    CPositionMgr mgr;
+};
+
+TEST_F(Actions, FixWithRawDRMakesThePosition)
+{
+    Bytes f = Fix(0x15, 0xCE, 1u << 29, 1u << 30, 32768);  // 45 N, 90 E, heading 180.0
+    zf::Put32(f, 6, 0x11223344);
+    zf::Put16(f, 18, static_cast<uint16_t>(-12));
+    zf::Put16(f, 22, 1000);
+    const uint16_t values[] = {0x0102, 0xFFFE, 0x0304, 0, 0, 0, 0, 0x0506, 0x0708};  // bytes 24..41
+    for (int i = 0; i < 9; ++i) zf::Put16(f, 24 + 2 * i, values[i]);
+    f[42] = 0x85;
+    zf::Put32(f, 43, 0xA1B2C3D4);
+    zf::Put16(f, 47, 0x0910);
+    EXPECT_EQ(Feed(f), 1);
+
+    EXPECT_EQ(PosText(), "pos 32400000,16200000 head 1800 speed 360 date 0 time 0 sats 0/0 dop 0,0,0 fix 0 alt -12 mode 8");
+    EXPECT_EQ(LowText(), "pos 32400000,16200000 quality 0 dop 0,0 raw 1000 head 1800 alt -12 0-0-0 0:0:0");
+    _mGPSDREngineerInfo e = Eng();
+    EXPECT_EQ(Describe(e), "gps 0,0 dr 32400000,16200000 head 0/1800 speed 0/360 fix 0 bits 15/0F angle 360,360/0 "
+                           "dop 0,0,0 0-0-0 0:0:0");
+    EXPECT_EQ(pt::Text("%04X %04X %04X %08X %02X %04X", e.wDRValue[0], e.wDRValue[1], e.wDRValue[2], e.ulDRValue,
+                       e.ucDRValue7, e.wDRValueTail),
+              "0102 FFFE 0304 A1B2C3D4 05 0910");
+    const _sZelkoSubData sub = Get(mgr, &CPositionMgr::GetZelkoSubData);
+    EXPECT_EQ(pt::Text("%d %d %04X %04X %u", sub.sDRValue[0], sub.sDRValue[1], sub.wDRValue[0], sub.wDRValue[1], sub.ucDRFlag),
+              "-2 772 0506 0708 1");
+    const _sZelkoStatusData st = Get(mgr, &CPositionMgr::GetZelkoStatusData);
+    EXPECT_EQ(Bytes(st.ucStatusFlag, st.ucStatusFlag + 10), Bytes({1, 0, 1, 0, 1, 0, 0, 0, 1, 1}));
+    EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoTimeData).ulDRTime, 0x11223344u);
+
+    // Without the DR-heading flag the position keeps its heading; zero coordinates stay zero.
+    EXPECT_EQ(Feed(Fix(0x11, 0x00, 0, 0, 16384)), 1);
+    EXPECT_EQ(PosText(), "pos 0,0 head 1800 speed 0 date 0 time 0 sats 0/0 dop 0,0,0 fix 0 alt 0 mode 6");
+    EXPECT_EQ(Eng().wDRHeading, 900);
+    EXPECT_EQ(Eng().ucStatusBits2, 0);
+
+    // The pair goes out in the configured unit, and (0, 0) is never datum-shifted.
+    CPositionMgr tokyo, fine;
+    tokyo.Initialize(1, 0, 2);
+    fine.Initialize(1, 2, 2);
+    FeedTo(tokyo, Fix(0x15, 0, 0, 0, 0));
+    FeedTo(fine, Fix(0x15, 0, 1u << 29, 1u << 30, 0));
+    EXPECT_EQ(Get(tokyo, &CPositionMgr::GetPosData).lLon, 0);
+    EXPECT_EQ(Get(tokyo, &CPositionMgr::GetPosData).lLat, 0);
+    EXPECT_EQ(Get(fine, &CPositionMgr::GetPosData).lLon, 90 * 3686400);
+    EXPECT_EQ(Get(fine, &CPositionMgr::GetPosData).lLat, 45 * 3686400);
+    EXPECT_TRUE(traces.Take().empty());
+}
+
+TEST_F(Actions, GpsHeadingReplacesDRHeadingOnlyByTheRule)
+{
+    struct Row {
+        bool dopsValid, drHeadValid;
+        uint8_t mode, ext;
+        unsigned short drKind;
+        bool replaced;
+    };
+    const Row rows[] = {
+        {true, false, 0x11, 0x00, 2, true},  {false, false, 0x11, 0x00, 2, false},
+        {true, true, 0x11, 0x00, 2, false},  {true, true, 0x11, 0x00, 8, true},
+        {true, true, 0x11, 0x08, 8, false},  {true, true, 0x05, 0x00, 8, false},
+        {true, false, 0x05, 0x00, 2, true},
+    };
+    for (const Row& r : rows) {
+        SCOPED_TRACE(&r - rows);
+        CPositionMgr m;
+        m.Initialize(1, 1, r.drKind);
+        FeedTo(m, Time(2024, r.dopsValid ? 768 : 25));
+        FeedTo(m, Fix(r.drHeadValid ? 0x04 : 0, r.ext, 0, 0, 32768));
+        FeedTo(m, GpsFix(static_cast<uint8_t>(0x40 | r.mode), 16384));
+        const int expect = r.replaced ? 900 : (r.drHeadValid ? 1800 : 0);
+        EXPECT_EQ(Get(m, &CPositionMgr::GetPosData).wHeading, expect);
+        EXPECT_EQ(Get(m, &CPositionMgr::GetZelkoLowOutData).wHeading, expect);
+    }
+}
+
+TEST_F(Actions, GpsFixSetsFixStateAndEndsTheFixTimeMeasurement)
+{
+    unsigned char kind = 0;
+    unsigned long ms = 12345;
+    EXPECT_EQ(mgr.GetZelkoResetTime(kind, ms), 0);  // nothing measured yet
+    mgr.StartMeasureFixTime(2);
+    const struct {
+        uint8_t modeByte;
+        size_t len;
+        int fixState, fixValid, measured;
+    } steps[] = {{0x45, 33, 2, 0, 0}, {0x11, 43, 4, 1, 0}, {0x51, 43, 3, 1, 1}, {0x05, 33, 2, 0, 1}};
+    for (const auto& s : steps) {
+        Feed(GpsFix(s.modeByte, 16384, s.len));
+        EXPECT_EQ(Eng().ucFixState, s.fixState);
+        EXPECT_EQ(Get(mgr, &CPositionMgr::GetPosData).ucFixValid, s.fixValid);
+        EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoStatusData).ucFixMode, s.modeByte & 0x3F);
+        EXPECT_EQ(mgr.GetZelkoResetTime(kind, ms), s.measured);
+    }
+    EXPECT_EQ(kind, 2);
+    EXPECT_LT(ms, 5000u);
+
+    const _sZelkoSubData sub = Get(mgr, &CPositionMgr::GetZelkoSubData);
+    EXPECT_EQ(pt::Text("%d,%d %u %d", sub.lLon, sub.lLat, sub.wHeading, sub.sSpeed), "32400000,16200000 900 360");
+    EXPECT_EQ(Describe(Eng()), "gps 32400000,16200000 dr 0,0 head 900/0 speed 360/0 fix 2 bits 00/00 angle 360,360/0 "
+                               "dop 0,0,0 0-0-0 0:0:0");
+    EXPECT_EQ(PosText(), "pos 0,0 head 0 speed 0 date 0 time 0 sats 0/0 dop 0,0,0 fix 0 alt 0 mode 0");
+}
+
+TEST_F(Actions, TimeAndConstellationSummary)
+{
+    Feed(Time(2024));  // 13 satellites reported
+    EXPECT_EQ(PosText(), "pos 0,0 head 0 speed 0 date 150324 time 123456000 sats 12/12 dop 10,20,30 fix 0 alt 0 mode 0");
+    EXPECT_EQ(LowText(), "pos 0,0 quality 3 dop 20,30 raw 0 head 0 alt 0 2024-3-15 12:34:56");
+    EXPECT_EQ(Describe(Eng()), "gps 0,0 dr 0,0 head 0/0 speed 0/0 fix 0 bits 00/00 angle 360,360/0 dop 20,10,20 "
+                               "2024-3-15 12:34:56");
+    EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoTimeData).wYear, 2024);
+    EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoStatusData).ucFixKind, 7);
+
+    // Before 2000 the position's date stays, but the low-level and engineering copies follow;
+    // the year 80 alone is copied nowhere.
+    Feed(Time(1999, 768, 0x25, 0x05));
+    EXPECT_EQ(Get(mgr, &CPositionMgr::GetPosData).lDate, 150324);
+    EXPECT_EQ(Get(mgr, &CPositionMgr::GetPosData).ucSatUsed, 5);
+    EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoTimeData).wYear, 2024);
+    Feed(Time(80));
+    EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoLowOutData).wYear, 1999);
+    EXPECT_EQ(Eng().wYear, 1999);
+
+    const int quality[16] = {4, 1, 1, 1, 1, 2, 2, 3, 4, 1, 1, 1, 1, 1, 1, 1};
+    for (uint8_t kind = 0; kind < 16; ++kind) {
+        Feed(Time(2024, 768, static_cast<uint8_t>(0xF0 | kind), 0x0F));
+        EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoLowOutData).wFixQuality, quality[kind]) << int(kind);
+    }
+}
+
+TEST_F(Actions, ChannelMeasurementsFillTheSatelliteTable)
+{
+    Feed(zf::ChannelMeas(7, 47, 45, 100, 0x10));
+    Feed(zf::ChannelMeas(9, 5, 10, 3, 0x01));
+    Feed(zf::ChannelMeas(7, 3, 46, 101, 0x04));  // same id: updated in place
+    _mSatelView s[CPositionMgr::SATEL_TABLE_SIZE];
+    auto text = [&s](int i) {
+        return pt::Text("%u el %u az %d snr %u used %u", s[i].wSatID, s[i].wElevation, s[i].sAzimuth, s[i].wSNR, s[i].ucUsed);
+    };
+    mgr.GetSatelData(s);
+    EXPECT_EQ(text(0), "7 el 46 az 202 snr 0 used 1");  // 3 * 0.2 truncates to 0
+    EXPECT_EQ(text(1), "9 el 10 az 6 snr 1 used 0");
+    EXPECT_EQ(text(2), "65535 el 65535 az -1 snr 65535 used 255");
+
+    // Id 0 reads as a free entry, so the next new id takes its place.
+    Feed(zf::ChannelMeas(0, 10, 1, 1, 0));
+    Feed(zf::ChannelMeas(11, 10, 1, 1, 0));
+    mgr.GetSatelData(s);
+    EXPECT_EQ(s[2].wSatID, 11);
+
+    // Entries are never freed: of 33 ids the last is dropped.
+    for (uint8_t id = 100; id < 130; ++id) Feed(zf::ChannelMeas(id, 255, 1, 1, 0));
+    mgr.GetSatelData(s);
+    EXPECT_EQ(text(31), "128 el 1 az 2 snr 51 used 0");
+    for (const _mSatelView& sat : s) EXPECT_NE(sat.wSatID, 129);
+}
+
+TEST_F(Actions, DRSensorIntegratesTheGyroHeading)
+{
+    const struct {
+        uint32_t samples;
+        int32_t gyroSum;
+        short head;
+        int32_t rate;
+    } steps[] = {
+        {1, -1143, 20, -87},     // +2 degrees
+        {1, 2858, 3570, 218},    // 2 - 5 wraps to 357
+        {2, -27, 3570, 0},       // rate -13 (toward zero), too small to turn
+        {0, 999999, 3570, 0},    // no samples: only the sensor time moves
+        {1, -2858, 20, -218},    // 357 + 5 wraps to 2
+        // Out of range: one correction only, then the 16-bit store wraps; defined everywhere.
+        {1, INT32_MIN, 25252, -163840000},
+    };
+    uint32_t tick = 100;
+    for (const auto& s : steps) {
+        Feed(zf::DRSensor(++tick, s.samples, s.gyroSum, 3));
+        EXPECT_EQ(mgr.GetGyroCalHead(), s.head);
+        const _mGPSDREngineerInfoEx ex = Get(mgr, &CPositionMgr::GetEngineeringModeDataEx);
+        EXPECT_EQ(ex.sGyroHeading, s.head);
+        EXPECT_EQ(ex.lGyroRate, s.rate);
+        EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoTimeData).ulSensorTime, tick);
+    }
+}
+
+TEST_F(Actions, MountAngleResultAndSessionChecks)
+{
+    const char* angles = "[MM-Dbg][ZelkoMountAngle] Pitch(30), Roll(30), Progress(37)\n";
+    Feed({0x81, 0x11, 0x01, 0x02, 0x01, 0x00, 0, 0, 0, 0, 0, 0x82});
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 1);  // 2.1 has no calibration
+    Feed({0x81, 0x11, 0x01, 0x02, 0x02, 0x07, 0, 0, 0, 0, 0, 0x82});
+    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][ZelkoVerReport] App 2.1.0\n", "[MM-Dbg][ZelkoVerReport] App 2.2.7\n"}));
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 0);  // angles unknown
+
+    Feed(Mount(-0.5f, 0.4330127f, 37));  // pitch 30, roll 30
+    EXPECT_EQ(traces.Take(), pt::Lines({angles}));
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 1);
+
+    // A reset waits for the module's progress to reach 100.
+    unsigned char buf[200] = {};
+    unsigned long len = 0;
+    mgr.MakeMountAngleCal(1, 0, 0, buf, sizeof buf, len);
+    EXPECT_EQ(Eng().ucMountAngleProgress, 0);
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 0);
+    Feed(Mount(-1.0f, 0.5f, 100));  // pitch 90: roll unknown
+    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][ZelkoMountAngle] Pitch(90), Roll(360), Progress(100)\n"}));
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 1);
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 0);  // pending cleared; roll 360 is unknown
+
+    // An accepted calibration command asks once more.
+    Feed(Mount(-0.5f, 0.4330127f, 37));
+    mgr.MakeMountAngleCal(0, 30, 30, buf, sizeof buf, len);
+    EXPECT_EQ(Eng().ucMountAngleProgress, 100);
+    Feed({0x81, 0x10, 0x01, 0x70, 0x60, 0x01, 0x00, 0x82});
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 1);
+    Feed({0x81, 0x10, 0x01, 0x70, 0x60, 0x00, 0x00, 0x82});
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 0);
+    EXPECT_EQ(mgr.CheckGetMountAngle(), 1);
+    EXPECT_EQ(traces.Take(), pt::Lines({angles,
+                                        "[MM-Dbg][CPositionMgr::ParsingZelko] NonIdx Ack : Code(0x70), SubCode(0x60), State(1)\n",
+                                        "[MM-Dbg][CPositionMgr::ParsingZelko] NonIdx Ack : Code(0x70), SubCode(0x60), State(0)\n"}));
+}
+
+TEST_F(Actions, ReportsAcknowledgementsAndEvents)
+{
+    EXPECT_EQ(mgr.CheckGetZelkoVer(0), 0);
+    Feed({0x81, 0x11, 0x01, 0x00, 0x00, 0x01, 0, 0, 0, 0, 0, 0x82});
+    for (unsigned char which = 0; which < 5; ++which) EXPECT_EQ(mgr.CheckGetZelkoVer(which), which != 2 && which != 4);
+
+    Bytes product = zf::Blank(0x12, 0x03, 29);
+    zf::Put32(product, 3, 0x12345678);
+    product[7] = 1;
+    product[8] = 2;
+    zf::Put16(product, 9, 772);
+    std::memcpy(&product[11], "ZELKO-DR-MODULE1", 16);
+    Feed(product);
+    std::memcpy(&product[11], "DR7\0\0\0\0\0\0\0\0\0\0\0\0\0", 16);
+    Feed(product);
+    Bytes hardware = zf::Blank(0x12, 0x04, 21);
+    std::memcpy(&hardware[3], "HW-REV-B", 8);
+    Feed(hardware);
+    Feed({0x81, 0x10, 0x02, 0x12, 0x03, 0x05, 0x01, 0x00, 0x82});
+    Feed({0x81, 0x10, 0x03, 0x07, 0x00, 0x00, 0x82});
+    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][ZelkoVerReport] App 0.0.1\n",
+                                        "[MM-Dbg][ProductReport] 305419896, ZELKO-DR-MODULE1(772.2.1)\n",
+                                        "[MM-Dbg][ProductReport] 305419896, DR7(772.2.1)\n",
+                                        "[MM-Dbg][HardwareReport] HW-REV-B\n",
+                                        "[MM-Dbg][CPositionMgr::ParsingZelko] Index Ack : Code(0x12), SubCode(0x3), Idx(0x5), State(1)\n",
+                                        "[MM-Dbg][CPositionMgr::ParsingZelko] System Ack : SysCmd(0x7), State(0)\n"}));
+    const _mGPSDREngineerInfo e = Eng();
+    EXPECT_EQ(pt::Text("%u.%u.%u %c%c%c%u", e.ucProductVer1, e.ucProductVer2, e.wProductVer3, e.wszProductName[0],
+                       e.wszProductName[1], e.wszProductName[2], e.wszProductName[3]),
+              "1.2.772 DR70");
+
+    // Event levels land in 3-bit fields of the diagnosis word.
+    const struct {
+        uint8_t event, severity;
+        uint16_t word;
+    } events[] = {{0x62, 0x10, 02}, {0x92, 0x30, 040002}, {0x65, 0x20, 040302}, {0x65, 0x05, 040002},
+                  {0x74, 0x00, 041002}, {0x63, 0x30, 041042}, {0x70, 0x30, 041042}};
+    for (const auto& ev : events) {
+        Bytes f = zf::Blank(0x14, 0x01, 15);
+        f[11] = ev.event;
+        f[12] = ev.severity;
+        Feed(f);
+        EXPECT_EQ(Get(mgr, &CPositionMgr::GetGPSDRDiagnosisData).wEventLevels, ev.word);
+    }
+}
+
+TEST_F(Actions, DefaultsAndAccessors)
+{
+    CPositionMgr m;
+    _mSatelView sats[CPositionMgr::SATEL_TABLE_SIZE];
+    ASSERT_EQ(m.GetSatelData(sats), 1);
+    EXPECT_EQ(Bytes(reinterpret_cast<unsigned char*>(sats), reinterpret_cast<unsigned char*>(sats + 32)),
+              Bytes(sizeof sats, 0xFF));
+    const _sZelkoStatusData st = Get(m, &CPositionMgr::GetZelkoStatusData);
+    EXPECT_EQ(Bytes(reinterpret_cast<const unsigned char*>(&st), reinterpret_cast<const unsigned char*>(&st + 1)),
+              Bytes({0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(Describe(Get(m, &CPositionMgr::GetEngineeringModeData)),
+              "gps 0,0 dr 0,0 head 0/0 speed 0/0 fix 0 bits 00/00 angle 360,360/0 dop 0,0,0 0-0-0 0:0:0");
+    EXPECT_EQ(m.GetGyroCalHead() + m.GetFactoryMode(), 0);
+    EXPECT_EQ(m.GetPosData(nullptr) + m.GetSatelData(nullptr) + m.GetZelkoStatusData(nullptr) +
+                  m.GetZelkoSubData(nullptr) + m.GetZelkoTimeData(nullptr) + m.GetZelkoLowOutData(nullptr) +
+                  m.GetEngineeringModeData(nullptr) + m.GetEngineeringModeDataEx(nullptr) +
+                  m.GetGPSDRDiagnosisData(nullptr) + m.SetPosData(nullptr),
+              0);
+
+    m.SetFactoryMode(1);
+    EXPECT_EQ(m.GetFactoryMode(), 1);
+    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][CPositionMgr::SetFactoryMode] Factory Mode Request!!!! (1)\n"}));
+    EXPECT_EQ(m.SetCurMMPosForInfo(_mPosition{11, 22, 3333, -44}), 1);
+    const _mGPSDREngineerInfo e = Get(m, &CPositionMgr::GetEngineeringModeData);
+    EXPECT_EQ(pt::Text("%d,%d %u %d", e.lMMLon, e.lMMLat, e.wMMHeading, e.sMMSpeed), "11,22 3333 -44");
+
+    // A second Initialize keeps the parser (and what it holds) and only changes the settings.
+    const Bytes fix = zf::Stuff(zf::Seal(Fix(0x15, 0, 1u << 29, 1u << 30, 0)));
+    std::vector<char> head(fix.begin(), fix.begin() + 3), rest(fix.begin() + 3, fix.end());
+    mgr.ParsingZelko(head.data(), 3);
+    mgr.Initialize(1, 2, 2);
+    EXPECT_EQ(mgr.ParsingZelko(rest.data(), static_cast<unsigned short>(rest.size())), 1);
+    EXPECT_EQ(Get(mgr, &CPositionMgr::GetPosData).lLon, 90 * 3686400);
+}
+
+}  // namespace
