@@ -1,0 +1,134 @@
+import com.corvane.velmorith.NativeCall;
+
+import java.io.BufferedReader;
+import java.io.InputStreamReader;
+import java.util.ArrayList;
+import java.util.List;
+
+/**
+ * The Java side of the end-to-end run, as the navigation service uses the library: start, take
+ * the once-a-second positions, stop. Talks to its driver by lines: it asks "LINK drive" or
+ * "LINK silent" (answered "OK") to have the serial device point at a moving or a silent
+ * module, reports each received position as "CALL ..." and each broken expectation as
+ * "FAIL ...", and ends with "DONE".
+ */
+public final class NativeCallE2E {
+    private static final String NO_TIME = "00000000000000";
+
+    private record Call(long atNanos, double lat, double lon, double alt, int dopA, int dopB,
+            int heading, int reserved, String time) {}
+
+    private static final List<Call> calls = new ArrayList<>();
+    private static final BufferedReader driver =
+            new BufferedReader(new InputStreamReader(System.in));
+    private static final NativeCall nativeCall = new NativeCall();
+
+    public static void main(String[] args) throws Exception {
+        NativeCall.setListener((lat, lon, alt, a, b, heading, reserved, time) -> {
+            synchronized (calls) {
+                calls.add(new Call(System.nanoTime(), lat, lon, alt, a, b, heading, reserved, time));
+                calls.notifyAll();
+            }
+        });
+
+        link("drive");
+        List<Call> first = runStarted(7, () -> {
+            // Same manager, port already open: refused, and the running stream goes on.
+            check(nativeCall.StartGPSDRmodule() == 0, "a second start returns 0");
+            awaitCalls(count() + 2, 5000);
+        });
+        long before = count();
+        Thread.sleep(2500);
+        check(count() == before, "no position arrives after the stop returned");
+        double secondStop = timed(() -> check(nativeCall.EndGPSDRmodule() == 1, "a second stop returns 1"));
+        check(secondStop > 0.8 && secondStop < 2.5, "a second stop waits its one second, took " + secondStop);
+        report("first", first);
+
+        List<Call> again = runStarted(5, null);
+        report("again", again);
+
+        link("silent");
+        List<Call> silent = runStarted(3, null);
+        for (Call c : silent) {
+            check(c.lat == 0 && c.lon == 0 && c.alt == 0 && c.dopA == 0 && c.dopB == 0
+                    && c.heading == 0 && c.reserved == 0 && NO_TIME.equals(c.time),
+                    "a silent module gives an empty position: " + c);
+        }
+        System.out.println("DONE");
+    }
+
+    /** Starts, waits for `wanted` positions, runs `meanwhile`, stops; checks the stream. */
+    private static List<Call> runStarted(int wanted, Runnable meanwhile) throws Exception {
+        int from = count();
+        check(nativeCall.StartGPSDRmodule() == 1, "start returns 1");
+        check(awaitCalls(from + wanted, 2000L * wanted), "got " + wanted + " positions");
+        if (meanwhile != null) meanwhile.run();
+        double took = timed(() -> check(nativeCall.EndGPSDRmodule() == 1, "stop returns 1"));
+        check(took > 2.5 && took < 6, "a stop takes about three seconds, took " + took);
+        List<Call> got;
+        synchronized (calls) {
+            got = new ArrayList<>(calls.subList(from, calls.size()));
+        }
+        checkStream(got);
+        return got;
+    }
+
+    /** One position a second from one thread, and the module's time once it has one. */
+    private static void checkStream(List<Call> got) {
+        for (int i = 1; i < got.size(); ++i) {
+            double gap = (got.get(i).atNanos - got.get(i - 1).atNanos) / 1e9;
+            check(gap > 0.85 && gap < 1.6, "positions come once a second, gap " + gap);
+        }
+        boolean timed = false;
+        for (Call c : got) {
+            check(c.time.matches("\\d{14}"), "time is fourteen digits: " + c.time);
+            check(!timed || !NO_TIME.equals(c.time), "the time does not go back to zeros");
+            timed |= !NO_TIME.equals(c.time);
+        }
+    }
+
+    private static void link(String module) throws Exception {
+        System.out.println("LINK " + module);
+        String reply = driver.readLine();
+        if (!"OK".equals(reply)) throw new IllegalStateException("driver answered " + reply);
+    }
+
+    private static void report(String phase, List<Call> got) {
+        for (Call c : got) {
+            System.out.println("CALL " + phase + " " + c.lat + " " + c.lon + " " + c.alt + " " + c.dopA
+                    + " " + c.dopB + " " + c.heading + " " + c.reserved + " " + c.time);
+        }
+    }
+
+    private static int count() {
+        synchronized (calls) {
+            return calls.size();
+        }
+    }
+
+    private static boolean awaitCalls(long n, long withinMs) {
+        long deadline = System.nanoTime() + withinMs * 1_000_000L;
+        synchronized (calls) {
+            while (calls.size() < n) {
+                long left = (deadline - System.nanoTime()) / 1_000_000L;
+                if (left <= 0) return false;
+                try {
+                    calls.wait(left);
+                } catch (InterruptedException e) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+
+    private static double timed(Runnable r) {
+        long t0 = System.nanoTime();
+        r.run();
+        return (System.nanoTime() - t0) / 1e9;
+    }
+
+    private static void check(boolean ok, String what) {
+        if (!ok) System.out.println("FAIL " + what);
+    }
+}

@@ -1,0 +1,283 @@
+// The driver facade on a real manager (no serial port: positions are pushed in as raw
+// records) and its update thread, including a facade whose manager another facade freed.
+#include <dirent.h>
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "jni/GpsDRInterface.h"
+#include "jni/UpdateCycle.h"
+#include "tests/jni/LogCapture.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+const char kCycle[] = "[LIB_DBG] call sendGISInfo";
+
+int UpdateThreads()
+{
+    int n = 0;
+    DIR* dir = opendir("/proc/self/task");
+    while (dirent* e = dir ? readdir(dir) : nullptr) {
+        std::string name;
+        std::getline(std::ifstream(std::string("/proc/self/task/") + e->d_name + "/comm"), name);
+        n += name == "Update_Thread";
+    }
+    if (dir) closedir(dir);
+    return n;
+}
+
+bool WaitUntil(const std::function<bool()>& done)
+{
+    auto deadline = std::chrono::steady_clock::now() + milliseconds(5000);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(milliseconds(10));
+    }
+    return true;
+}
+
+// The trace formatter's %f of a positive value: six decimals, cut rather than rounded.
+std::string TraceF(double v)
+{
+    int32_t whole = static_cast<int32_t>(v);
+    char text[40];
+    std::snprintf(text, sizeof text, "%d.%06lld", whole, static_cast<long long>((v - whole) * 1e6));
+    return text;
+}
+
+// A fix in Seoul, in the units the manager's offset step expects (1/1024 arc-second).
+_mGpsDataEx SeoulFix(int32_t date)
+{
+    _mGpsDataEx ex{};
+    ex.lLon = static_cast<int32_t>(126.978 * 3686400);
+    ex.lLat = static_cast<int32_t>(37.5665 * 3686400);
+    ex.wHeading = 1234;
+    ex.sSpeed = 456;
+    ex.lDate = date;
+    ex.lTime = 123456000;
+    ex.ucSatUsed = 7;
+    ex.ucSatView = 9;
+    ex.sDop1 = 12;
+    ex.sDop2 = 15;
+    ex.sDop3 = 21;
+    ex.ucFixValid = 1;
+    ex.sAltitude = -12;
+    return ex;
+}
+
+void Push(GpsDRInterface& dr, _mGpsDataEx ex)
+{
+    char raw[sizeof ex];
+    std::memcpy(raw, &ex, sizeof raw);
+    ASSERT_EQ(1, dr.SetPosData(raw, sizeof raw));
+}
+
+// A facade with a manager that has published a fix of 15 March 2021 (a Monday).
+void StartWithFix(GpsDRInterface& dr)
+{
+    ASSERT_EQ(1, dr.Initialize(1));
+    ASSERT_EQ(1, dr.SetDataType(3));
+    Push(dr, SeoulFix(150321));
+}
+
+std::string Summary(const _mGpsInfo& i)
+{
+    char text[256];
+    std::snprintf(text, sizeof text, "%d %d h%u s%d %d-%d-%d %d:%d:%d w%u sat%u/%u fix%u alt%d %g %g %g %g port%u",
+                  i.lLon, i.lLat, i.wHeading, i.sSpeed, i.lYear, i.lMonth, i.lDay, i.lHour, i.lMinute, i.lSecond,
+                  i.ucDayOfWeek, i.ucSatUsed, i.ucSatView, i.ucFixValid, i.lAltitude, i.fSpeed, i.fDop1, i.fDop2,
+                  i.fDop3, i.ulPortState);
+    return text;
+}
+
+// The table of answers of a facade without a manager (never had one, or lost it).
+void ExpectNoManagerAnswers(GpsDRInterface& dr)
+{
+    LogCapture log;
+    char buf[36] = {};
+    unsigned short name[2] = {};
+    unsigned char command = 7;
+    unsigned long ms = 7;
+    _mGPSDRDiagnosis diag{};
+    _mGPSDREngineerInfo eng{};
+    _mGPSDREngineerInfoEx engEx{};
+    _mZelkoLowDataInfo low{};
+    EXPECT_EQ(-1, dr.GetParam(16));
+    dr.SetParam(32, 5);  // a manager would log its refusal
+    const std::vector<std::function<int()>> zero = {
+        [&] { return dr.SetDataType(1); },
+        [&] { return dr.SetPosData(buf, sizeof buf); },
+        [&] { return dr.CreateDataThread(name, 115200, 8, 0, 0, 360, 0); },
+        [&] { return dr.PauseDataThread(1); },
+        [&] { return dr.StopDataThread(); },
+        [&] { return dr.DestroyAllThread(); },
+        [&] { return dr.SendZelkoCommand(0); },
+        [&] { return dr.SetZelkoMountAngle(0, 1, 2); },
+        [&] { return dr.GetZelkoResetTime(command, ms); },
+        [&] { return dr.SetZelkoEngFactoryMode(1); },
+        [&] { return dr.GetGPSDRDiagnosisData(&diag); },
+        [&] { return dr.GetGPSDREngineerInfo(&eng); },
+        [&] { return dr.GetGPSDREngineerInfoEx(&engEx); },
+        [&] { return dr.GetZelkoLowInfo(&low); },
+    };
+    for (size_t i = 0; i < zero.size(); ++i) EXPECT_EQ(0, zero[i]()) << "operation " << i;
+    EXPECT_EQ(7, command);
+    EXPECT_EQ(7u, ms);
+
+    _mGpsInfo info;
+    std::memset(&info, 0xAB, sizeof info);
+    EXPECT_EQ(0, dr.GetGPSInfo(&info, 0));
+    EXPECT_EQ(Summary(_mGpsInfo{}), Summary(info));  // cleared before the manager is asked
+    _mMMPosition pos{};
+    pos.lLon = 99;
+    EXPECT_EQ(0, dr.GetCarPos(&pos));
+    EXPECT_EQ(99, pos.lLon);
+    _mSatelInfo sats{};
+    sats.lSatelNum = 5;
+    EXPECT_EQ(0, dr.GetSatelInfo(&sats));
+    EXPECT_EQ(5, sats.lSatelNum);
+
+    EXPECT_EQ(1, dr.Destroy());
+    EXPECT_EQ(1, dr.StopUpdateThread());
+    EXPECT_TRUE(log.Tagged("Varnex").empty());
+}
+
+TEST(Facade, WithoutAManagerEveryOperationAnswersItsFixedResult)
+{
+    GpsDRInterface dr;
+    ExpectNoManagerAnswers(dr);
+}
+
+TEST(Facade, ReadersAndForwardersReachTheManager)
+{
+    GpsDRInterface dr;
+    StartWithFix(dr);
+    EXPECT_EQ(1, dr.Initialize(1));  // already held
+    EXPECT_EQ(3, dr.GetParam(16));
+    EXPECT_EQ(-1, dr.GetParam(1));  // the manager's own answer
+    dr.SetParam(288, 101);
+    EXPECT_EQ(101, dr.GetParam(288));
+
+    _mMMPosition pos{};
+    EXPECT_EQ(1, dr.GetCarPos(&pos));
+    EXPECT_NEAR(126.978, pos.dLon / 360000.0, 0.01);  // moved by the offset transform
+    EXPECT_NEAR(37.5665, pos.dLat / 360000.0, 0.01);
+    EXPECT_EQ(1234, pos.wHeading);
+    EXPECT_EQ(1, pos.ucValid);
+    EXPECT_EQ(0, pos.ucStatusFlag);  // the published status is 3, never 2
+
+    _mGpsInfo info;
+    EXPECT_EQ(1, dr.GetGPSInfo(&info, 0));
+    EXPECT_EQ("468091699 138485145 h1234 s456 2021-3-15 12:34:56 w1 sat7/9 fix1 alt-12 456 12 15 21 port1",
+              Summary(info));
+    // The device clock instead of the module's time.
+    time_t now = time(nullptr);
+    struct tm local {};
+    localtime_r(&now, &local);
+    EXPECT_EQ(1, dr.GetGPSInfo(&info, 1));
+    EXPECT_EQ(local.tm_year + 1900, info.lYear);
+    EXPECT_EQ(local.tm_mday, info.lDay);
+    // No time: six zeros and day of week 255.
+    Push(dr, SeoulFix(0));
+    EXPECT_EQ(1, dr.GetGPSInfo(&info, 0));
+    EXPECT_EQ("468091699 138485145 h1234 s456 0-0-0 0:0:0 w255 sat7/9 fix1 alt-12 456 12 15 21 port1",
+              Summary(info));
+
+    _mSatelInfo sats;
+    sats.lSatelNum = 5;
+    EXPECT_EQ(1, dr.GetSatelInfo(&sats));
+    EXPECT_EQ(0, sats.lSatelNum);  // this input kind reports no satellites
+
+    EXPECT_EQ(1, dr.Destroy());
+    ExpectNoManagerAnswers(dr);
+}
+
+// Update threads are detached and tell nobody when they have let go of their facade, so the
+// facades they run on outlive the tests, as the bridge's do.
+TEST(Facade, UpdateThreadTracesThePublishedPositionEverySecondUntilStopped)
+{
+    static GpsDRInterface dr;
+    StartWithFix(dr);
+    _mMMPosition pos{};
+    _mGpsInfo info{};
+    dr.GetCarPos(&pos);
+    dr.GetGPSInfo(&info, 0);
+    SendGISArgs sent = MakeSendGISArgs(pos, info);
+    char line[160];
+    std::snprintf(line, sizeof line, "%s (%u,%u), (%s,%s)\n", kCycle, static_cast<unsigned>(pos.lLon),
+                  static_cast<unsigned>(pos.lLat), TraceF(sent.lat).c_str(), TraceF(sent.lon).c_str());
+
+    LogCapture log;
+    auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(1, dr.CreateUpdateOnlyThread());
+    EXPECT_TRUE(log.WaitFor(line, 2));
+    EXPECT_GE(std::chrono::steady_clock::now() - started, milliseconds(1000));
+    EXPECT_TRUE(WaitUntil([] { return UpdateThreads() == 1; }));
+
+    // Asked again, it finds its thread and makes no other.
+    EXPECT_EQ(1, dr.CreateUpdateThread());
+    EXPECT_EQ(1, dr.StartUpdateThread());
+    EXPECT_EQ(3, log.Count("[MM-Dbg][CMM::StartDataThread] Start UpdateThread Success!!\n"));
+    std::this_thread::sleep_for(milliseconds(100));
+    EXPECT_EQ(1, UpdateThreads());
+
+    EXPECT_EQ(1, dr.StopUpdateThread());
+    EXPECT_TRUE(WaitUntil([] { return UpdateThreads() == 0; }));
+    EXPECT_EQ(log.Count(kCycle), log.Count(line));
+    EXPECT_EQ(1, dr.Destroy());
+}
+
+TEST(Facade, UpdateThreadWithoutAFacadeOnlyLogs)
+{
+    LogCapture log;
+    void* result = &log;
+    std::thread([&] { result = UpdateThread(nullptr); }).join();
+    EXPECT_EQ(nullptr, result);
+    const LogLine only{ANDROID_LOG_INFO, "Varnex", "[MM-Dbg][UpdateThread] pGpsDRInter NULL\n"};
+    EXPECT_EQ(std::vector<LogLine>{only}, log.Tagged("Varnex"));
+}
+
+// Two facades share the singleton, as after two starts from Java. When one frees it, the other
+// must neither touch the freed manager nor take the next one for its own, and its update
+// thread must end rather than go on sending empty positions.
+TEST(Facade, AFacadeWhoseManagerWasFreedByAnotherLetsGoOfIt)
+{
+    static GpsDRInterface orphan;
+    GpsDRInterface other, next;
+    StartWithFix(orphan);
+    ASSERT_EQ(1, other.Initialize(1));
+    other.SetParam(288, 333);
+    EXPECT_EQ(333, orphan.GetParam(288));  // the same manager
+
+    LogCapture log;
+    ASSERT_EQ(1, orphan.CreateUpdateOnlyThread());
+    ASSERT_TRUE(log.WaitFor(kCycle));
+    EXPECT_EQ(1, other.Destroy());
+    int cycles = log.Count(kCycle);
+    EXPECT_TRUE(WaitUntil([] { return UpdateThreads() == 0; }));
+    EXPECT_EQ(cycles, log.Count(kCycle));
+    EXPECT_EQ(0, log.Count("[LIB_DBG] call sendGISInfo (0,0)"));
+
+    // A new manager belongs to whoever takes it, not to the facade that lost the old one.
+    ASSERT_EQ(1, next.Initialize(1));
+    ExpectNoManagerAnswers(orphan);
+    EXPECT_EQ(1, next.GetParam(16));
+
+    // Taking a manager again makes it an ordinary facade.
+    ASSERT_EQ(1, orphan.Initialize(1));
+    EXPECT_EQ(1, orphan.GetParam(16));
+    EXPECT_EQ(1, orphan.Destroy());
+    EXPECT_EQ(-1, next.GetParam(16));
+}
+
+}  // namespace

@@ -1,0 +1,57 @@
+#include "tools/zelko-decode/ByteSource.h"
+
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+bool MakeRaw(int fd)
+{
+    termios tio;
+    if (tcgetattr(fd, &tio) != 0) return false;
+    cfmakeraw(&tio);
+    cfsetspeed(&tio, B115200);
+    tio.c_cflag |= CLOCAL | CREAD;
+    tio.c_cc[VMIN] = 1;
+    tio.c_cc[VTIME] = 0;
+    return tcsetattr(fd, TCSANOW, &tio) == 0;
+}
+
+}  // namespace
+
+ByteSource::~ByteSource()
+{
+    if (m_owned && m_fd >= 0) close(m_fd);
+}
+
+bool ByteSource::Open(const std::string& path, std::string& error)
+{
+    if (path == "-") {
+        m_fd = STDIN_FILENO;
+        return true;
+    }
+    m_fd = open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
+    if (m_fd < 0) {
+        error = "cannot open " + path + ": " + std::strerror(errno);
+        return false;
+    }
+    m_owned = true;
+    if (isatty(m_fd) && !MakeRaw(m_fd)) {
+        error = "cannot configure " + path + ": " + std::strerror(errno);
+        return false;
+    }
+    return true;
+}
+
+long ByteSource::Read(unsigned char* buf, size_t cap)
+{
+    const ssize_t n = read(m_fd, buf, cap);
+    if (n >= 0) return static_cast<long>(n);
+    // A pseudo-terminal whose other side has closed reports EIO: that is its end of stream.
+    if (errno == EIO || errno == EINTR) return 0;
+    return -1;
+}
