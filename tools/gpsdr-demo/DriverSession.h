@@ -1,24 +1,18 @@
-// The library driven through the manager's native interface the way the facade drives it: the
-// same start sequence, and once a second the same reads its update thread makes, turned into
-// the arguments Java's sendGISInfo would receive.
+// The library driven through the facade's native interface: the facade's start sequence on a
+// given device, and once a second the reads and the mapping of its update thread, i.e. the
+// arguments Java's sendGISInfo would receive.
 #ifndef GPSDR_TOOLS_GPSDR_DEMO_DRIVERSESSION_H
 #define GPSDR_TOOLS_GPSDR_DEMO_DRIVERSESSION_H
 
 #include <string>
 
-class CMM;
+#include "jni/GpsDRInterface.h"
+#include "jni/UpdateCycle.h"
 
 // One sendGISInfo call, in argument order, plus the port state the facade reports beside it.
 struct GisSample {
-    double lat = 0;  // degrees
-    double lon = 0;
-    double alt = 0;  // metres
-    int dop2 = 0;    // passed first
-    int dop1 = 0;
-    int heading = 0;  // whole degrees
-    int reserved = 0;
-    std::string time;  // "YYYYMMDDhhmmss" or fourteen zeros
-    int portState = 0;  // MM_PORT_*
+    SendGISArgs args;
+    int portState;  // MM_PORT_*
 };
 
 std::string GisSampleText(const GisSample& s);
@@ -39,7 +33,7 @@ public:
     void Stop();
 
 private:
-    CMM* m_pMM = nullptr;
+    GpsDRInterface m_facade;
 };
 
 #endif

@@ -172,7 +172,8 @@ int main(int argc, char** argv)
         if (!SleepUntil(next)) break;
         const GisSample s = driver.Sample();
         std::printf("[%3ds] %s\n", k, GisSampleText(s).c_str());
-        if (s.lat != 0 || s.lon != 0) delivered.points.push_back({s.lat, s.lon, s.alt, IsoFromGisTime(s.time)});
+        if (s.args.lat != 0 || s.args.lon != 0)
+            delivered.points.push_back({s.args.lat, s.args.lon, s.args.alt, IsoFromGisTime(s.args.time)});
     }
     const double played = SecondsSince(simStart);
 
