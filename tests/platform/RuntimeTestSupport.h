@@ -1,36 +1,29 @@
-// Helpers for the runtime tests: log capture, a scratch directory, file reading, deadlines.
+// Scratch directories, file-log reading and a thread routine for the platform tests.
 #ifndef GPSDR_TESTS_PLATFORM_RUNTIMETESTSUPPORT_H
 #define GPSDR_TESTS_PLATFORM_RUNTIMETESTSUPPORT_H
 
-#include "platform/mAndroidLog.h"
 #include "platform/mTrace.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <regex>
 #include <sstream>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace rt {
 
-// Collects the texts of trace lines (INFO, "Varnex") while alive.
-struct LogCapture {
-    LogCapture() { mHostLogSetSink(&Sink, this); }
-    ~LogCapture() { mHostLogSetSink(nullptr, nullptr); }
-    static void Sink(int prio, const char* tag, const char* text, void* ctx)
-    {
-        EXPECT_EQ(prio, 4);
-        EXPECT_STREQ(tag, "Varnex");
-        static_cast<LogCapture*>(ctx)->texts.push_back(text);
-    }
-    std::vector<std::string> texts;
-};
+// Thread routine for the library's thread creators: runs the Body it is given.
+using Body = std::function<void()>;
+inline void* RunBody(void* body)
+{
+    (*static_cast<Body*>(body))();
+    return nullptr;
+}
+inline void* const kRunBody = reinterpret_cast<void*>(&RunBody);
 
 // No file log while alive, whatever earlier tests left installed.
 struct NoFileLog {
@@ -50,36 +43,13 @@ struct TempDir {
     std::string path;
 };
 
-inline std::string ReadFile(const std::string& path)
-{
-    std::ostringstream all;
-    all << std::ifstream(path, std::ios::binary).rdbuf();
-    return all.str();
-}
-
-// The only file in dir (empty when there is not exactly one).
-inline std::string OnlyFile(const std::string& dir)
-{
-    std::vector<std::string> names;
-    for (const auto& e : std::filesystem::directory_iterator(dir)) names.push_back(e.path());
-    return names.size() == 1 ? names[0] : std::string();
-}
-
-// The file log's text with each line prefix replaced by "<P>".
-inline std::string LogText(const std::string& dir)
+// The text of the files in dir (the tests make one); unless raw, line prefixes show as "<P>".
+inline std::string LogText(const std::string& dir, bool raw = false)
 {
     static const std::regex prefix(R"(\d\d:\d\d:\d\d\.\d\d p:[ \d]{5,}> )");
-    return std::regex_replace(ReadFile(OnlyFile(dir)), prefix, "<P>");
-}
-
-inline bool WaitFor(const std::function<bool()>& cond, int timeoutMs = 5000)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!cond()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    std::ostringstream all;
+    for (const auto& file : std::filesystem::directory_iterator(dir)) all << std::ifstream(file.path()).rdbuf();
+    return raw ? all.str() : std::regex_replace(all.str(), prefix, "<P>");
 }
 
 }  // namespace rt
