@@ -6,39 +6,37 @@
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
+constexpr double kRad = 3.141592653589793 / 180.0;
 
 TEST(GeoDatum, Wgs84ToTokyoExactDigits)
 {
-    tagLonLatDouble t = CMMUtility::Wgs84ToTokyo(127.0, 37.5);
+    const tagLonLatDouble t = CMMUtility::Wgs84ToTokyo(127.0, 37.5);
     EXPECT_EQ(t.dLon, 127.00213195912217);
     EXPECT_EQ(t.dLat, 37.49721379702848);
-    _mLonLat p = CMMUtility::Wgs84ToTokyo(_mLonLat{45720000, 13500000});
+    const _mLonLat p = CMMUtility::Wgs84ToTokyo(_mLonLat{45720000, 13500000});
     EXPECT_EQ(p.lLon, 45720767);
     EXPECT_EQ(p.lLat, 13498996);
 
-    // The table's kind 0 differs only in the last digits of its constants.
+    // The table's kind 0 differs only in the last digits of its constants; the wrappers go
+    // through DMS and back, and the abridged form is not an exact inverse.
     double lon, lat, dh;
-    CMMUtility::GetDatumTransform(0, 127.0 * kPi / 180.0, 37.5 * kPi / 180.0, 0.0, &lon, &lat, &dh);
-    EXPECT_NEAR(lon * 180.0 / kPi, t.dLon, 1e-9);
-    EXPECT_NEAR(lat * 180.0 / kPi, t.dLat, 1e-9);
-    tagLonLatDouble bessel = CMMUtility::Wgs84ToBessel(127.0, 37.5);
-    EXPECT_NEAR(bessel.dLon, t.dLon, 1e-9);
-    EXPECT_NEAR(bessel.dLat, t.dLat, 1e-9);
-    tagLonLatDouble back = CMMUtility::BesselToWgs84(bessel.dLon, bessel.dLat);
-    EXPECT_NEAR(back.dLon, 127.0, 1e-6);  // the abridged form is not an exact inverse
-    EXPECT_NEAR(back.dLat, 37.5, 1e-6);
+    CMMUtility::GetDatumTransform(0, 127.0 * kRad, 37.5 * kRad, 0.0, &lon, &lat, &dh);
+    EXPECT_NEAR(lon / kRad, t.dLon, 1e-9);
+    EXPECT_NEAR(lat / kRad, t.dLat, 1e-9);
+    const tagLonLatDouble bessel = CMMUtility::Wgs84ToBessel(127.0, 37.5);
+    EXPECT_NEAR(std::hypot(bessel.dLon - t.dLon, bessel.dLat - t.dLat), 0.0, 1e-9);
+    const tagLonLatDouble back = CMMUtility::BesselToWgs84(bessel.dLon, bessel.dLat);
+    EXPECT_NEAR(std::hypot(back.dLon - 127.0, back.dLat - 37.5), 0.0, 1e-6);
 }
 
 TEST(GeoDatum, ParameterSetsAndTheirAsymmetry)
 {
-    const double lon0 = 139.7 * kPi / 180.0, lat0 = 35.6 * kPi / 180.0;
+    const double lon0 = 139.7 * kRad, lat0 = 35.6 * kRad;
     double out[4][3];
     for (int kind = 0; kind < 4; ++kind) {
-        bool forward = kind % 2 == 0;
-        double lon = forward ? lon0 : out[kind - 1][0];
-        double lat = forward ? lat0 : out[kind - 1][1];
-        CMMUtility::GetDatumTransform(kind, lon, lat, 0.0, &out[kind][0], &out[kind][1], &out[kind][2]);
+        const bool forward = kind % 2 == 0;
+        CMMUtility::GetDatumTransform(kind, forward ? lon0 : out[kind - 1][0], forward ? lat0 : out[kind - 1][1], 0.0,
+                                      &out[kind][0], &out[kind][1], &out[kind][2]);
     }
     // 0 then 1 comes back to within centimetres; 2 then 3 keeps the extra metre of dZ, which
     // shows up as sin(lat) metres of height on top of what 0 then 1 leaves.
@@ -47,8 +45,7 @@ TEST(GeoDatum, ParameterSetsAndTheirAsymmetry)
     EXPECT_NEAR(out[0][2] + out[1][2], 0.0, 0.1);
     EXPECT_NEAR((out[2][2] + out[3][2]) - (out[0][2] + out[1][2]), std::sin(lat0), 0.001);
     EXPECT_GT(std::fabs(out[3][1] - lat0), 1e-8);
-    // The shift is hundreds of metres: a few arc-seconds.
-    EXPECT_NEAR((out[0][1] - lat0) * 180.0 / kPi * 3600.0, -11.0, 2.0);
+    EXPECT_NEAR((out[0][1] - lat0) / kRad * 3600.0, -11.0, 2.0);  // a few arc-seconds
 
     double lon, lat, dh;
     CMMUtility::GetDatumTransform(5, lon0, lat0, 0.0, &lon, &lat, &dh);

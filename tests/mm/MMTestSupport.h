@@ -1,96 +1,220 @@
-// Test support for the manager: log capture, deadlines, module frames built with the library's
-// own checksum and stuffing, and a module played on the master side of a pseudo-terminal.
+// Test support for the manager: the module's frames the position suite lacks, the host's
+// queries as they go out, a module played on the master side of a pseudo-terminal, and the
+// fixture for tests that drive one manager from the caller's thread.
 #ifndef GPSDR_TESTS_MM_MMTESTSUPPORT_H
 #define GPSDR_TESTS_MM_MMTESTSUPPORT_H
 
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <atomic>
-#include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "module/MM/MM.h"
+#include "module/geo/MMUtility.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/WaitUntil.h"
+#include "tests/support/ZelkoFrames.h"
+
 namespace mmt {
 
-using Bytes = std::vector<unsigned char>;
+using Bytes = zf::Bytes;
+using testsupport::LogCapture;
+using testsupport::WaitUntil;
 
-// Polls pred until it holds or timeoutMs pass; returns its last value.
-bool WaitUntil(const std::function<bool()>& pred, int timeoutMs);
+inline std::vector<unsigned short> W(const std::string& ascii)  // terminated 16-bit copy
+{
+    std::vector<unsigned short> out(ascii.begin(), ascii.end());
+    out.push_back(0);
+    return out;
+}
 
-// Collects the "Varnex" log lines while alive; safe against logging threads.
-class LogCapture {
-public:
-    LogCapture();
-    ~LogCapture();
-    std::vector<std::string> Lines() const;
-    int Count(const std::string& text) const;
-    void Clear();
+// ---- module -> host, on the wire. Status bit 0: ready (published), bit 2: DR heading valid.
+inline Bytes Fix(uint8_t status, double lon, double lat, uint16_t heading = 0x2000, uint32_t drTime = 1000)
+{
+    Bytes f = zf::FixWithRawDR(lon, lat, heading, 0, drTime);
+    f[3] = status;
+    return zf::Stuff(zf::Seal(f));
+}
 
-private:
-    static void Sink(int prio, const char* tag, const char* text, void* ctx);
-    mutable std::mutex m_lock;
-    std::vector<std::string> m_lines;
-};
+inline Bytes Version(uint8_t major, uint8_t minor)
+{
+    Bytes f = zf::Blank(0x11, 0x01, 12);
+    f[3] = major;
+    f[4] = minor;
+    return zf::Stuff(zf::Seal(f));
+}
 
-std::vector<unsigned short> W(const std::string& ascii);  // terminated 16-bit copy
-
-// ---- module -> host frames; body is the L-5 bytes between subcode and checksum.
-Bytes ModuleFrame(uint8_t code, uint8_t sub, const Bytes& body);
-struct Fix {
-    double lonDeg = 127.0, latDeg = 37.5;
-    uint8_t status = 0x05;   // bit 0: module ready (published), bit 2: DR heading valid
-    uint32_t drTime = 1000;  // non-zero once the module has a time
-    uint16_t heading = 0x2000;  // 180/32768 degree units
-};
-Bytes Fix3002(const Fix& fix);
-Bytes Version1101(uint8_t major, uint8_t minor);
-Bytes MountAngle7060(int pitchDeg, int rollDeg);
-Bytes Utc3201(uint16_t year, uint8_t month, uint8_t day, uint8_t hour, uint8_t minute, uint8_t second,
-              uint8_t satUsed);
-Bytes ChannelMeas3301(uint8_t satId, uint8_t flags);
+// The unit gravity direction for the angles, from the tables the decoder inverts.
+inline Bytes MountAngle(int pitchDeg, int rollDeg)
+{
+    Bytes f = zf::Blank(0x70, 0x60, 75);
+    zf::PutF32(f, 29, static_cast<float>(-CMMUtility::mSin(pitchDeg) / 100000.0));
+    zf::PutF32(f, 33, static_cast<float>(CMMUtility::mCos(pitchDeg) / 100000.0 * CMMUtility::mSin(rollDeg) / 100000.0));
+    f[72] = 100;  // calibration complete
+    return zf::Stuff(zf::Seal(f));
+}
 
 // ---- host -> module frames (each goes out behind eight zero bytes).
-extern const Bytes kQueryVersion, kQueryProduct, kQueryHardware, kQueryMountAngle;
-bool IsMountAngleCommand(const Bytes& frame);
+const Bytes kQueryVersion = {0x81, 0x02, 0x11, 0x01, 0xE9, 0x82};
+const Bytes kQueryProduct = {0x81, 0x02, 0x12, 0x03, 0xE6, 0x82};
+const Bytes kQueryHardware = {0x81, 0x02, 0x12, 0x04, 0xE5, 0x82};
+const Bytes kQueryMountAngle = {0x81, 0x02, 0x70, 0x60, 0x2B, 0x82};
 
-int ThreadsNamed(const std::string& name);  // threads of this process with that name
+inline bool IsMountAngleCommand(const Bytes& f)
+{
+    return f.size() >= 44 && f[1] == 0x01 && f[2] == 0x70 && f[3] == 0x60 && f[4] == 0x02;
+}
 
-// The module on the master side of a pty. A reader thread cuts the host's bytes into sends
-// (eight zero bytes, then one frame) and hands each frame to the responder.
+inline int ThreadsNamed(const std::string& name)
+{
+    int n = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string comm;
+        std::getline(std::ifstream(task.path() / "comm"), comm);
+        n += comm == name ? 1 : 0;
+    }
+    return n;
+}
+
+// The module on the master side of a pty. Its reader thread cuts the host's bytes into sends
+// (eight zero bytes, then one frame) and hands each frame to the responder; a send without that
+// preamble is kept whole, so that it matches no expected frame.
 class FakeModule {
 public:
-    FakeModule();
+    using Responder = std::function<void(FakeModule& self, const Bytes& frame)>;
+    explicit FakeModule(Responder responder = nullptr) : m_responder(std::move(responder))
+    {
+        // Non-blocking like a UART: bytes sent while nobody has the port open are dropped once
+        // the line's buffer is full, instead of stalling the writer.
+        m_master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+        char name[128];
+        if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0 ||
+            ptsname_r(m_master, name, sizeof name) != 0)
+            return;
+        m_path = name;
+        m_path16 = W(m_path);
+        m_reader = std::thread([this] { ReadLoop(); });
+    }
     ~FakeModule() { Vanish(); }
 
     const std::string& Path() const { return m_path; }
     unsigned short* Path16() { return m_path16.data(); }
-
-    void Send(const Bytes& bytes);
-    void StartChatter();  // the module's idle report every 10 ms, from a background thread
-    void StopChatter();
-    void SetResponder(std::function<void(const Bytes& frame)> responder);
-    std::vector<Bytes> Frames() const;  // every frame received so far, in order
-    bool Malformed() const;             // a send that was not preamble + frame
-    void Clear();
-    void Vanish();  // the device disappears: reader and chatter end, the master is closed
+    void Chatter(bool on) { m_chatter = on; }  // a health report every 10 ms: changes nothing
+    void Send(const Bytes& bytes)  // what does not fit the line's buffer is lost, as on a real line
+    {
+        std::lock_guard<std::mutex> hold(m_writeLock);
+        const ssize_t written = m_master >= 0 ? write(m_master, bytes.data(), bytes.size()) : -1;
+        (void)written;
+    }
+    std::vector<Bytes> Frames() const  // every frame received since the last Clear, in order
+    {
+        std::lock_guard<std::mutex> hold(m_lock);
+        return m_frames;
+    }
+    void Clear()
+    {
+        std::lock_guard<std::mutex> hold(m_lock);
+        m_frames.clear();
+    }
+    void Vanish()  // the device disappears: the reader ends and the master is closed
+    {
+        m_stop = true;
+        if (m_reader.joinable()) m_reader.join();
+        std::lock_guard<std::mutex> hold(m_writeLock);
+        if (m_master >= 0) close(m_master);
+        m_master = -1;
+    }
 
 private:
-    void ReadLoop();
+    void ReadLoop()
+    {
+        const Bytes idle = zf::Stuff(zf::Seal(zf::Blank(0x16, 0x01, 8)));
+        unsigned char buf[512];
+        while (!m_stop) {
+            if (m_chatter) Send(idle);
+            pollfd pfd = {m_master, POLLIN, 0};
+            const ssize_t n = poll(&pfd, 1, 10) > 0 && (pfd.revents & POLLIN) ? read(m_master, buf, sizeof buf) : 0;
+            if (n <= 0) {  // nothing, or no one has the port open (before the open, after a close)
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+                continue;
+            }
+            std::vector<Bytes> frames;
+            {
+                std::lock_guard<std::mutex> hold(m_lock);
+                m_pending.insert(m_pending.end(), buf, buf + n);
+                auto end = std::find(m_pending.begin(), m_pending.end(), 0x82);
+                for (; end != m_pending.end(); end = std::find(m_pending.begin(), m_pending.end(), 0x82)) {
+                    const bool framed = end - m_pending.begin() >= 10 && m_pending[8] == 0x81 &&
+                                        std::all_of(m_pending.begin(), m_pending.begin() + 8, [](int b) { return !b; });
+                    frames.emplace_back(m_pending.begin() + (framed ? 8 : 0), end + 1);
+                    m_pending.erase(m_pending.begin(), end + 1);
+                }
+                m_frames.insert(m_frames.end(), frames.begin(), frames.end());
+            }
+            for (const Bytes& f : frames)
+                if (m_responder) m_responder(*this, f);
+        }
+    }
 
     int m_master = -1;
     std::string m_path;
     std::vector<unsigned short> m_path16;
-    std::atomic<bool> m_stopReader{false}, m_stopChatter{false};
-    std::thread m_reader, m_chatter;
+    std::atomic<bool> m_stop{false}, m_chatter{false};
+    std::thread m_reader;
     std::mutex m_writeLock;
     mutable std::mutex m_lock;
     Bytes m_pending;
-    bool m_malformed = false;
     std::vector<Bytes> m_frames;
-    std::function<void(const Bytes&)> m_responder;
+    const Responder m_responder;
 };
 
 }  // namespace mmt
+
+// One initialised manager shared by the tests that drive it from the caller's thread (inputs
+// pushed in, outputs read back, the port used without a data thread): every manager's stop
+// costs a fixed second, so these tests make only one.
+class MMCaller : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        setenv("TZ", "UTC", 1);  // calendar normalisation without daylight-saving shifts
+        tzset();
+        s_mm = new CMM;
+        ASSERT_EQ(s_mm->Initialize(MM_DATAKIND_ZELKO, 1), 1);
+    }
+    static void TearDownTestSuite() { delete s_mm; }
+    void SetUp() override { Kind(MM_DATAKIND_ZELKO); }
+
+    // Input pushed in as a caller does: parsed and matched at once.
+    static int Push(mmt::Bytes bytes)
+    {
+        return s_mm->DoMapMatching(reinterpret_cast<char*>(bytes.data()), static_cast<unsigned short>(bytes.size()));
+    }
+    static int Push(_mGpsDataEx rec, unsigned short len = sizeof(_mGpsDataEx))
+    {
+        return s_mm->DoMapMatching(reinterpret_cast<char*>(&rec), len);
+    }
+    static void Kind(int kind) { ASSERT_EQ(s_mm->SetParam(MM_PARAM_DATATYPE, kind), 1); }
+    static _mMMPosition Published(int* status = nullptr, char published = 1)
+    {
+        _mMMPosition pos;
+        const int s = s_mm->GetMMPos(&pos, published);
+        if (status) *status = s;
+        return pos;
+    }
+
+    inline static CMM* s_mm = nullptr;
+};
 
 #endif

@@ -1,12 +1,8 @@
 // Inputs pushed in by a caller, the matching step, and the read operations.
 #include <cmath>
 #include <cstring>
-#include <string>
-#include <vector>
 
-#include "tests/mm/MMCallerFixture.h"
-
-using mmt::LogCapture;
+#include "tests/mm/MMTestSupport.h"
 
 namespace {
 
@@ -23,39 +19,23 @@ _mGpsDataEx Record(double lonDeg, double latDeg, uint16_t heading = 1234)
     return rec;
 }
 
-_mMMPosition Published(CMM* mm, int* status = nullptr, char published = 1)
-{
-    _mMMPosition pos;
-    const int s = mm->GetMMPos(&pos, published);
-    if (status) *status = s;
-    return pos;
-}
-
-std::string Text16(const unsigned short* s)
-{
-    std::string out;
-    while (*s) out.push_back(static_cast<char>(*s++));
-    return out;
-}
-
-std::string ClockText(time_t t)
+std::string ClockText(time_t t)  // the device clock as the time text shows it
 {
     tm local = {};
-    localtime_r(&t, &local);
     char buf[32];
-    strftime(buf, sizeof buf, "%Y%m%d_%H%M%S", &local);
+    strftime(buf, sizeof buf, "%Y%m%d_%H%M%S", localtime_r(&t, &local));
     return buf;
 }
 
 }  // namespace
 
-TEST_F(MMCaller, PublishedPositionGoesThroughTheOffsetTransform)
+TEST_F(MMCaller, PublicationWaitsForTheModuleAndGoesThroughTheOffsetTransform)
 {
     Kind(MM_DATAKIND_GPSDATAEX);
     const _mGpsDataEx inside = Record(127.0, 37.5);
     EXPECT_EQ(Push(inside), 1);
     int status = 0;
-    _mMMPosition pub = Published(s_mm, &status);
+    _mMMPosition pub = Published(&status);
     EXPECT_EQ(status, 3);
     // Shifted by some hundreds of metres, and now in 1/100 arc-second.
     const double dLon = pub.lLon - 127.0 * 360000, dLat = pub.lLat - 37.5 * 360000;
@@ -63,80 +43,68 @@ TEST_F(MMCaller, PublishedPositionGoesThroughTheOffsetTransform)
     EXPECT_LT(std::fabs(dLon) + std::fabs(dLat), 3600.0);
     EXPECT_EQ(pub.dLon, pub.lLon);
     EXPECT_EQ(pub.dLat, pub.lLat);
-    EXPECT_EQ(pub.wHeading, 1234);
-    EXPECT_EQ(pub.sSpeed, 567);
+    EXPECT_EQ(pub.wHeading * 1000 + pub.sSpeed, 1234567);
     EXPECT_EQ(pub.lMatchIndex[0] & pub.lMatchIndex[1], -1);
     EXPECT_EQ(pub.ucValid * 100 + pub.ucMatchState * 10 + pub.ucStatusFlag, 130);
-    _mMMPosition cur = Published(s_mm, &status, 0);
+    _mMMPosition cur = Published(&status, 0);
     EXPECT_EQ(status, 3);
     EXPECT_EQ(std::memcmp(&cur, &pub, sizeof pub), 0);
     _mGpsDataEx copy;
     EXPECT_EQ(s_mm->GetGPSData(&copy), 1);
     EXPECT_EQ(std::memcmp(&copy, &inside, sizeof copy), 0);
 
+    // The module's fix is published only once the module sets its ready flag.
+    Kind(MM_DATAKIND_ZELKO);
+    EXPECT_EQ(Push(mmt::Fix(0x14, 127.0, 37.5, 0x1000)), 1);  // DR heading valid, not ready
+    EXPECT_EQ(s_mm->GetGPSData(&copy), 1);
+    EXPECT_EQ(copy.wHeading, 225);  // 22.5 degrees
+    EXPECT_EQ(Published().wHeading, 1234);
+    EXPECT_EQ(Push(mmt::Fix(0x15, 127.0, 37.5, 0x1000)), 1);
+    EXPECT_EQ(Published().wHeading, 225);
+    EXPECT_NEAR(Published().lLon, pub.lLon, 10);  // transformed like the record above
+
     // A zero longitude is published as it came, untransformed.
-    const _mGpsDataEx zeroLon = Record(0.0, 37.5);
-    EXPECT_EQ(Push(zeroLon), 1);
-    pub = Published(s_mm);
+    Kind(MM_DATAKIND_GPSDATAEX);
+    EXPECT_EQ(Push(Record(0.0, 37.5)), 1);
+    pub = Published();
     EXPECT_EQ(pub.lLon, 0);
-    EXPECT_EQ(pub.lLat, zeroLon.lLat);
+    EXPECT_EQ(pub.lLat, Record(0.0, 37.5).lLat);
 
     // Outside the transform's region the conversion fails: an all-zero position, still valid.
     EXPECT_EQ(Push(Record(10.0, 50.0)), 1);
-    pub = Published(s_mm, &status);
+    pub = Published(&status);
     EXPECT_EQ(status, 3);
     EXPECT_EQ(pub.lLon | pub.lLat | pub.wHeading | pub.sSpeed, 0);
     EXPECT_EQ(pub.ucValid, 1);
 
     // A refused record publishes nothing.
-    LogCapture log;
+    mmt::LogCapture log;
     EXPECT_EQ(Push(inside, 35), 0);
-    EXPECT_EQ(log.Lines(), std::vector<std::string>{"[MM-Err][CPositionMgr::ParsingGpsStruct] GpsDataEx size is not "
-                                                    "same! Input(35), Varnex(36)\n"});
-    EXPECT_EQ(Published(s_mm).sSpeed, 0);
-    EXPECT_EQ(s_mm->GetGPSData(nullptr), 0);
-    EXPECT_EQ(s_mm->GetMMPos(nullptr, 1), 0);
-}
-
-TEST_F(MMCaller, ModuleStatusGatesPublication)
-{
-    mmt::Fix fix;
-    fix.heading = 0x1000;  // 22.5 degrees
-    fix.status = 0x04;     // DR heading valid, module not ready
-    const uint16_t before = Published(s_mm).wHeading;
-    EXPECT_EQ(Push(mmt::Fix3002(fix)), 1);
-    _mGpsDataEx pos;
-    s_mm->GetGPSData(&pos);
-    EXPECT_EQ(pos.wHeading, 225);
-    EXPECT_EQ(Published(s_mm).wHeading, before);
-
-    fix.status = 0x05;
-    EXPECT_EQ(Push(mmt::Fix3002(fix)), 1);
-    EXPECT_EQ(Published(s_mm).wHeading, 225);
+    EXPECT_EQ(log.Take(), std::vector<std::string>{"[MM-Err][CPositionMgr::ParsingGpsStruct] GpsDataEx size is not "
+                                                   "same! Input(35), Varnex(36)\n"});
+    EXPECT_EQ(Published().sSpeed, 0);
 }
 
 TEST_F(MMCaller, ModuleTimeRecordTimeAndDeviceClock)
 {
-    mmt::Fix fix;
-    fix.drTime = 0;  // the module has delivered no time yet
-    Push(mmt::Fix3002(fix));
-    Push(mmt::Utc3201(2024, 3, 15, 12, 34, 56, 5));
+    Push(mmt::Fix(0x15, 127.0, 37.5, 0x2000, 0));  // the module has delivered no time yet
+    Push(zf::Stuff(zf::TimeConstel(2024, 3, 15, 12, 34, 56, 5)));
     _SYSTEMTIME st;
     std::memset(&st, 0xAA, sizeof st);
     EXPECT_EQ(s_mm->GetGPSTime(&st, 0), 0);
     EXPECT_EQ(st.wYear | st.wMonth, 0);
     unsigned short text[1024];
+    const auto Text = [&] { return std::string(text, std::find(text, text + 1024, 0)); };
     const time_t before = time(nullptr);
     EXPECT_EQ(s_mm->GetCurTimeString(text, 0), 1);  // falls back to the device clock
-    EXPECT_TRUE(Text16(text) == ClockText(before) || Text16(text) == ClockText(time(nullptr))) << Text16(text);
+    EXPECT_TRUE(Text() == ClockText(before) || Text() == ClockText(time(nullptr))) << Text();
 
-    fix.drTime = 77;
-    Push(mmt::Fix3002(fix));
+    Push(mmt::Fix(0x15, 127.0, 37.5, 0x2000, 77));
     EXPECT_EQ(s_mm->GetGPSTime(&st, 0), 1);
     const _SYSTEMTIME module = {2024, 3, 15, 15, 12, 34, 56, 0};  // the day stands in for the weekday
     EXPECT_EQ(std::memcmp(&st, &module, sizeof st), 0);
     EXPECT_EQ(s_mm->GetCurTimeString(text, 0), 1);
-    EXPECT_EQ(Text16(text), "20240315_123456");
+    EXPECT_EQ(Text(), "20240315_123456");
 
     // Other kinds read the record's date and time as a calendar date: a Friday.
     Kind(MM_DATAKIND_GPSDATAEX);
@@ -157,24 +125,22 @@ TEST_F(MMCaller, ModuleTimeRecordTimeAndDeviceClock)
     EXPECT_EQ(st.wYear * 10000 + st.wMonth * 100 + st.wDay,
               (local.tm_year + 1900) * 10000 + (local.tm_mon + 1) * 100 + local.tm_mday);
     EXPECT_EQ(st.wDayOfWeek, local.tm_wday);
-    EXPECT_EQ(s_mm->GetGPSTime(nullptr, 1), 0);
-    EXPECT_EQ(s_mm->GetCurTimeString(nullptr, 0), 0);
 }
 
 TEST_F(MMCaller, SatelliteCopyRules)
 {
     // Three satellites fill the table's first entries; the third is not used in the fix.
-    Push(mmt::ChannelMeas3301(3, 0x04));
-    Push(mmt::ChannelMeas3301(7, 0x10));
-    Push(mmt::ChannelMeas3301(9, 0x00));
+    Push(zf::Stuff(zf::ChannelMeas(3, 40, 40, 40, 0x04)));
+    Push(zf::Stuff(zf::ChannelMeas(7, 40, 40, 40, 0x10)));
+    Push(zf::Stuff(zf::ChannelMeas(9, 40, 40, 40, 0x00)));
     _mSatelView views[MM_SATEL_MAX];
     int count = -1;
-    Push(mmt::Utc3201(2024, 3, 15, 12, 34, 56, 2));  // two in view: the first two entries
+    Push(zf::Stuff(zf::TimeConstel(2024, 3, 15, 12, 34, 56, 2)));  // two in view: the first two entries
     EXPECT_EQ(s_mm->GetSatelData(views, count), 1);
     ASSERT_EQ(count, 2);
     EXPECT_EQ(views[0].wSatID * 100 + views[1].wSatID, 307);
 
-    Push(mmt::Utc3201(2024, 3, 15, 12, 34, 56, 0));  // none in view: every valid entry
+    Push(zf::Stuff(zf::TimeConstel(2024, 3, 15, 12, 34, 56, 0)));  // none in view: every valid entry
     EXPECT_EQ(s_mm->GetSatelData(views, count), 1);
     ASSERT_EQ(count, 3);
     EXPECT_EQ(views[2].wSatID, 9);
@@ -184,26 +150,25 @@ TEST_F(MMCaller, SatelliteCopyRules)
     EXPECT_EQ(s_mm->GetSatelCount(&ex), 2);
     ex.ucSatView = 1;
     EXPECT_EQ(s_mm->GetSatelCount(&ex), 1);
-    EXPECT_EQ(s_mm->GetSatelCount(nullptr), 0);
-    EXPECT_EQ(s_mm->GetSatelData(nullptr, count), 0);
 }
 
 TEST_F(MMCaller, FactoryModeHeadingFilterAndPassThroughRecords)
 {
     Kind(MM_DATAKIND_GPSDATAEX);
     Push(Record(0.0, 37.5, 900));  // published unconverted, heading kept
-    ASSERT_EQ(Published(s_mm).wHeading, 900);
+    ASSERT_EQ(Published().wHeading, 900);
 
-    LogCapture log;
-    EXPECT_EQ(s_mm->SetZelkoEngFactoryMode(1), 1);
-    EXPECT_EQ(log.Lines(), std::vector<std::string>{"[MM-Dbg][CPositionMgr::SetFactoryMode] Factory Mode Request!!!! (1)\n"});
+    mmt::LogCapture log;
+    EXPECT_EQ(s_mm->SetZelkoEngFactoryMode(1), 1);  // no data-kind check, unlike the other commands
+    EXPECT_EQ(log.Take(),
+              std::vector<std::string>{"[MM-Dbg][CPositionMgr::SetFactoryMode] Factory Mode Request!!!! (1)\n"});
     int status = 0;
-    _mMMPosition pub = Published(s_mm, &status);
+    _mMMPosition pub = Published(&status);
     EXPECT_EQ(status, 3);
     EXPECT_EQ(pub.wHeading, 0);  // the gyro heading, still 0 on this module
-    EXPECT_EQ(Published(s_mm, nullptr, 0).wHeading, 900);  // never on the current record
+    EXPECT_EQ(Published(nullptr, 0).wHeading, 900);  // never on the current record
     s_mm->SetZelkoEngFactoryMode(0);
-    EXPECT_EQ(Published(s_mm).wHeading, 900);
+    EXPECT_EQ(Published().wHeading, 900);
 
     // The heading filter (module protocol only) holds back turns of up to 3.0 degrees.
     Kind(MM_DATAKIND_ZELKO);
@@ -218,23 +183,14 @@ TEST_F(MMCaller, FactoryModeHeadingFilterAndPassThroughRecords)
         Push(Record(0.0, 37.5, step.heading));
         Kind(MM_DATAKIND_ZELKO);
         s_mm->DispHeadingFilter(step.hold);
-        EXPECT_EQ(Published(s_mm).wHeading, step.shown) << step.heading;
+        EXPECT_EQ(Published().wHeading, step.shown) << step.heading;
     }
 
-    // Records passed through; the low-level one carries the coordinate-unit kind.
+    // The low-level record carries the coordinate-unit kind, and only for the module's kind.
     _mZelkoLowDataInfo low;
     std::memset(&low, 0xAA, sizeof low);
     EXPECT_EQ(s_mm->GetZelkoLowInfo(&low), 1);
     EXPECT_EQ(low.wUnitKind, 2);
-    _mGPSDRDiagnosis diag;
-    _mGPSDREngineerInfo eng;
-    _mGPSDREngineerInfoEx engEx;
-    EXPECT_EQ(s_mm->GetGPSDRDiagnosisData(&diag) + s_mm->GetGPSDREngineerInfo(&eng) +
-                  s_mm->GetGPSDREngineerInfoEx(&engEx),
-              3);
-    EXPECT_EQ(s_mm->GetGPSDRDiagnosisData(nullptr) + s_mm->GetGPSDREngineerInfo(nullptr) +
-                  s_mm->GetGPSDREngineerInfoEx(nullptr) + s_mm->GetZelkoLowInfo(nullptr),
-              0);
     Kind(MM_DATAKIND_GPSDATAEX);
     EXPECT_EQ(s_mm->GetZelkoLowInfo(&low), 0);
 }

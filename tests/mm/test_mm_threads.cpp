@@ -1,137 +1,181 @@
-// The running manager: a module on a real pseudo-terminal, the data and matching threads, port
-// states over time, restarts and stops.
-#include <gtest/gtest.h>
-
+// The running manager against a module on a real pseudo-terminal: the data and matching
+// threads, the module session the data thread drives, port states over time, restarts and
+// stops. One manager for all of it, since every full stop costs fixed seconds.
 #include <chrono>
-#include <string>
-#include <vector>
 
-#include "module/MM/MM.h"
 #include "tests/mm/MMTestSupport.h"
 
 using mmt::Bytes;
-using mmt::FakeModule;
-using mmt::LogCapture;
+using mmt::kQueryHardware;
+using mmt::kQueryMountAngle;
+using mmt::kQueryProduct;
+using mmt::kQueryVersion;
 using mmt::WaitUntil;
 
 namespace {
 
-int ElapsedMs(std::chrono::steady_clock::time_point since)
-{
-    return static_cast<int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - since).count());
-}
+using Clock = std::chrono::steady_clock;
 
-bool PortStateBecomes(CMM* mm, int code, int timeoutMs)
+const int kRoundMs = 4000;  // generous bound for one session round (ten data-thread cycles)
+const std::string kDestroyed = "[LIB_DBG][CMM::StopDataThread] Data Thread Destroyed\n";
+
+long ElapsedMs(Clock::time_point since)
 {
-    return WaitUntil([&] { return mm->CheckSerialPortError() == code; }, timeoutMs);
+    return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - since).count());
 }
 
 }  // namespace
 
-TEST(MMThreads, RunningManagerPublishesReportsPortStatesAndStopsWhileSilent)
+TEST(MMThreads, SessionPortStatesRestartAndStops)
 {
-    FakeModule module;
-    LogCapture log;
+    // Answers from the second version query on; takes the angles a calibration command gives.
+    std::atomic<int> versionQueries{0}, minor{1}, pitch{5}, roll{7};
+    mmt::FakeModule module([&](mmt::FakeModule& self, const Bytes& f) {
+        if (f == kQueryVersion && ++versionQueries >= 2) self.Send(mmt::Version(2, static_cast<uint8_t>(minor)));
+        if (mmt::IsMountAngleCommand(f)) pitch = 3, roll = -2;
+        if (f == kQueryMountAngle || mmt::IsMountAngleCommand(f)) self.Send(mmt::MountAngle(pitch, roll));
+    });
+    const auto framesBecome = [&](const std::vector<Bytes>& expected) {
+        return WaitUntil([&] { return module.Frames() == expected; }, 1000);
+    };
+    const auto profileCleared = [](CMM* mm) {
+        return WaitUntil([&] { return mm->GetParam(MM_PARAM_MOUNTANGLEPROFILEUSE) == 0; }, 3 * kRoundMs);
+    };
+    _mGPSDREngineerInfo eng;
+
+    mmt::LogCapture log;
     CMM* mm = CMM::GetInstance();
     ASSERT_NE(mm, nullptr);
-    EXPECT_EQ(CMM::GetInstance(), mm);
     ASSERT_EQ(mm->Initialize(MM_DATAKIND_ZELKO, 1), 1);
-    ASSERT_TRUE(WaitUntil([] { return mmt::ThreadsNamed("MM_THREAD") == 1; }, 2000));
-    ASSERT_EQ(mm->SetParam(MM_PARAM_DATATYPE, MM_DATAKIND_ZELKO), 1);
+    // The profile switch asks for an angle, but none is given: switched off at once.
+    ASSERT_EQ(mm->SetParam(MM_PARAM_MOUNTANGLEPROFILEUSE, 1), 1);
+    const Clock::time_point opened = Clock::now();
     ASSERT_EQ(mm->CreateDataThread(module.Path16(), 115200, 8, 0, 0, 360, 0), 1);
     EXPECT_EQ(mm->CheckSerialPortError(), MM_PORT_OK);
-    EXPECT_TRUE(WaitUntil([] { return mmt::ThreadsNamed("GPSDR_THREAD") == 1; }, 2000));
-    EXPECT_EQ(mm->CreateDataThread(module.Path16(), 115200, 8, 0, 0, 360, 0), 0);
-
-    const std::vector<std::string> start = {
-        "[LIB_DBG][MM Option] FrameDrive(0), FeedBack(1), Altitude(0)\n",
-        "[LIB_DBG][CMM::SetDRType] Set DR Type (2)\n",
-        "[LIB_DBG][CMM::SetDataType] Set Data Kind ZELKO (100)\n",
-        "[LIB_DBG][CMM::Initialize] PositionMgr Init Success\n",
-        "{mThreadCreate} FileName module/MM/MM, Fuction Initialize, line 265 \n",
-        "[LIB_DBG][CMM::Initialize] MatchingThread Create Init Success\n",
-        "[LIB_DBG][CMM::SetDRType] Set DR Type (2)\n",
-        "[LIB_DBG][CMM::SetDataType] Set Data Kind ZELKO (100)\n",
-        "[LIB_DBG][CMM::OpenSerialPort] Com Port Open Success!! (" + module.Path() + ", 115200, 8)\n",
-        "{mThreadCreate} FileName module/MM/MM, Fuction StartDataThread, line 577 \n",
-        "[LIB_DBG][CMM::StartDataThread] Start Data Thread Success!!\n",
-        "[MM-Err][CMM::CreateDataThread] Data Thread Handle Already Exist\n",
-    };
-    EXPECT_EQ(log.Lines(), start);
+    EXPECT_EQ(mm->GetParam(MM_PARAM_MOUNTANGLEPROFILEUSE), 0);
+    EXPECT_EQ(log.Take(), (std::vector<std::string>{
+                              "[LIB_DBG][MM Option] FrameDrive(0), FeedBack(1), Altitude(0)\n",
+                              "[LIB_DBG][CMM::SetDRType] Set DR Type (2)\n",
+                              "[LIB_DBG][CMM::SetDataType] Set Data Kind ZELKO (100)\n",
+                              "[LIB_DBG][CMM::Initialize] PositionMgr Init Success\n",
+                              "{mThreadCreate} FileName module/MM/MM, Fuction Initialize, line 265 \n",
+                              "[LIB_DBG][CMM::Initialize] MatchingThread Create Init Success\n",
+                              "[LIB_DBG][CMM::SetParam] MM_PARAM_MOUNTANGLEPROFILEUSE Changed "
+                              "MM_MOUNTANGLEPROFILEUSE_ENABLE\n",
+                              "[LIB_DBG][CMM::CreateDataThread] Set MountAngle by Profile Request ERROR Value: "
+                              "Pitch(360), Roll(0)\n",
+                              "[LIB_DBG][CMM::OpenSerialPort] Com Port Open Success!! (" + module.Path() +
+                                  ", 115200, 8)\n",
+                              "{mThreadCreate} FileName module/MM/MM, Fuction StartDataThread, line 577 \n",
+                              "[LIB_DBG][CMM::StartDataThread] Start Data Thread Success!!\n",
+                          }));
+    EXPECT_TRUE(WaitUntil([] { return mmt::ThreadsNamed("GPSDR_THREAD") + mmt::ThreadsNamed("MM_THREAD") == 2; }));
+    // Pending again, with no angle: a module before 2.2 drops it without a word.
+    ASSERT_EQ(mm->SetParam(MM_PARAM_MOUNTANGLEPROFILEUSE, 1), 1);
 
     // Open, and no data for longer than the module protocol's one second.
-    EXPECT_TRUE(PortStateBecomes(mm, MM_PORT_NO_DATA, 3000));
+    EXPECT_TRUE(WaitUntil([&] { return mm->CheckSerialPortError() == MM_PORT_NO_DATA; }, 3000));
+    EXPECT_GE(ElapsedMs(opened), 1000);
 
-    // A fix with the module's ready flag is published through the matching thread.
-    mmt::Fix fix;
-    module.Send(mmt::Fix3002(fix));
-    ASSERT_TRUE(WaitUntil([&] { _mMMPosition p; return mm->GetMMPos(&p, 1) == 3; }, 2000));
+    // A ready fix is published through the matching thread, through the offset transform.
+    module.Send(mmt::Fix(0x15, 127.0, 37.5));
     _mMMPosition pub;
-    mm->GetMMPos(&pub, 1);
+    ASSERT_TRUE(WaitUntil([&] { return mm->GetMMPos(&pub, 1) == 3; }, 2000));
     EXPECT_NEAR(pub.lLon, 127.0 * 360000, 3600);
     EXPECT_NEAR(pub.lLat, 37.5 * 360000, 3600);
     EXPECT_EQ(mm->CheckSerialPortError(), MM_PORT_OK);
 
-    // Without a longitude the fix is published as it stands, untransformed.
-    fix.lonDeg = 0.0;
-    module.Send(mmt::Fix3002(fix));
-    ASSERT_TRUE(WaitUntil([&] { _mMMPosition p; mm->GetMMPos(&p, 1); return p.lLon == 0; }, 2000));
-    _mGpsDataEx raw;
-    ASSERT_EQ(mm->GetGPSData(&raw), 1);
-    mm->GetMMPos(&pub, 1);
-    EXPECT_EQ(pub.lLat, raw.lLat);
+    // The first read ran the session: the identity queries, in order, again each round until the
+    // version is known; version 2.1 is never asked for its angle.
+    module.Chatter(true);
+    EXPECT_TRUE(profileCleared(mm));
+    EXPECT_TRUE(
+        framesBecome({kQueryVersion, kQueryProduct, kQueryHardware, kQueryVersion, kQueryProduct, kQueryHardware}));
 
-    // The first read also ran the session upkeep: the identity queries, in order.
-    ASSERT_TRUE(WaitUntil([&] { return module.Frames().size() >= 3; }, 2000));
-    EXPECT_EQ(module.Frames(), (std::vector<Bytes>{mmt::kQueryVersion, mmt::kQueryProduct, mmt::kQueryHardware}));
-    EXPECT_FALSE(module.Malformed());
+    // The module reports 2.2 by itself: its angle is asked for until known, then the pending
+    // profile without an angle fails once.
+    module.Clear();
+    minor = 2;
+    module.Send(mmt::Version(2, 2));
+    ASSERT_TRUE(WaitUntil([&] { return mm->GetGPSDREngineerInfo(&eng) == 1 && eng.ucAppVerMinor == 2; }, 2000));
+    ASSERT_EQ(mm->SetParam(MM_PARAM_MOUNTANGLEPROFILEUSE, 1), 1);
+    EXPECT_TRUE(profileCleared(mm));
+    EXPECT_TRUE(framesBecome({kQueryMountAngle, kQueryMountAngle}));
+    EXPECT_EQ(log.Count("[LIB_DBG][CMM::SetDataUpdate] Set MountAngle by Init Profile Fail : ReqPitch(360), "
+                        "ReqRoll(0)\n"),
+              1);
+    ASSERT_EQ(mm->GetGPSDREngineerInfo(&eng), 1);
+    EXPECT_EQ((std::pair<int, int>(eng.sPitch, eng.sRoll)), (std::pair<int, int>(5, 7)));
 
-    module.StartChatter();
+    // Paused while receiving: state 2.
     EXPECT_EQ(mm->PauseDataThread(1), 1);
     EXPECT_EQ(mm->CheckSerialPortError(), MM_PORT_PAUSED);
-    unsigned char frame[] = {0x81, 0x03, 0x01, 0xF9, 0x82};
-    EXPECT_EQ(mm->DataSend(frame, sizeof frame), 0);
     EXPECT_EQ(mm->PauseDataThread(0), 1);
     EXPECT_EQ(mm->CheckSerialPortError(), MM_PORT_OK);
-
     // A command from the caller's thread waits for the data thread's read, then goes out.
     module.Clear();
     EXPECT_EQ(mm->SendZelkoCommand(1), 1);
-    const Bytes reset1 = {0x81, 0x03, 0x05, 0xF5, 0x82};
-    EXPECT_TRUE(WaitUntil([&] { return module.Frames() == std::vector<Bytes>{reset1}; }, 2000));
+    EXPECT_TRUE(framesBecome({Bytes{0x81, 0x03, 0x05, 0xF5, 0x82}}));
 
-    // The module falls silent: data stopped after one second.
-    module.StopChatter();
-    EXPECT_TRUE(PortStateBecomes(mm, MM_PORT_DATA_STOPPED, 3000));
-
-    // Stop and start again while the module stays silent: each stop ends the blocked reader.
-    for (int cycle = 0; cycle < 3; ++cycle) {
-        SCOPED_TRACE(cycle);
-        log.Clear();
-        EXPECT_EQ(mm->StopDataThread(), 1);
-        EXPECT_EQ(mm->StopDataThread(), 1);  // twice is harmless
-        EXPECT_EQ(mm->CheckSerialPortError(), MM_PORT_CLOSED);
-        EXPECT_EQ(log.Count("[LIB_DBG][CMM::StopDataThread] Data Thread Destroyed\n"), 2);
-        ASSERT_TRUE(WaitUntil([] { return mmt::ThreadsNamed("GPSDR_THREAD") == 0; }, 2000));
-        ASSERT_EQ(mm->CreateDataThread(module.Path16(), 115200, 8, 0, 0, 360, 0), 1);
-        EXPECT_TRUE(WaitUntil([] { return mmt::ThreadsNamed("GPSDR_THREAD") == 1; }, 2000));
-    }
-
-    // The full stop with the module silent: one fixed second, then everything is gone.
+    // The module falls silent and the reader waits for it; stopping (twice is harmless) ends it.
+    module.Chatter(false);
+    uint32_t lastTick = g_dwDataThreadLifeTick.load();
+    Clock::time_point lastChange = Clock::now();
+    ASSERT_TRUE(WaitUntil([&] {
+        if (g_dwDataThreadLifeTick.load() != lastTick) {
+            lastTick = g_dwDataThreadLifeTick.load();
+            lastChange = Clock::now();
+        }
+        return ElapsedMs(lastChange) > 250;  // longer than a cycle's sleep
+    }, 3000));
     log.Clear();
-    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(mm->StopDataThread(), 1);
+    EXPECT_EQ(mm->StopDataThread(), 1);
+    EXPECT_EQ(mm->CheckSerialPortError(), MM_PORT_CLOSED);
+    EXPECT_EQ(log.Take(), (std::vector<std::string>{kDestroyed, kDestroyed}));
+    ASSERT_TRUE(WaitUntil([] { return mmt::ThreadsNamed("GPSDR_THREAD") == 0; }, 2000));
+
+    // Restarted with a profile angle: it is pushed until the module reports it.
+    ASSERT_EQ(mm->SetParam(MM_PARAM_MOUNTANGLEPROFILEUSE, 1), 1);
+    module.Clear();
+    log.Clear();
+    ASSERT_EQ(mm->CreateDataThread(module.Path16(), 115200, 8, 0, 0, 3, -2), 1);
+    EXPECT_EQ(log.Count("[LIB_DBG][CMM::CreateDataThread] Set MountAngle by Profile Request : Pitch(3), "
+                        "Roll(-2)\n"),
+              1);
+    module.Chatter(true);
+    EXPECT_TRUE(profileCleared(mm));
+    ASSERT_TRUE(WaitUntil([&] { return module.Frames().size() == 2; }, 1000));
+    const std::vector<Bytes> frames = module.Frames();
+    EXPECT_EQ(frames[0], kQueryMountAngle);
+    EXPECT_TRUE(mmt::IsMountAngleCommand(frames[1]));
+    EXPECT_EQ(frames[1][5], 0);  // type 0: the angles themselves
+    EXPECT_EQ(log.Count("[LIB_DBG][CMM::SetZelkoMountAngle] Send Mount Angle Calibration Set : Type(0), Pitch(3), "
+                        "Roll(-2)\n"),
+              1);
+    ASSERT_EQ(mm->GetGPSDREngineerInfo(&eng), 1);
+    EXPECT_EQ((std::pair<int, int>(eng.sPitch, eng.sRoll)), (std::pair<int, int>(3, -2)));
+
+    // The device vanishes: every read fails at once, yet the loop keeps its pace and the port
+    // reports data stopped.
+    module.Vanish();
+    const uint32_t tick0 = g_dwDataThreadLifeTick.load();
+    const Clock::time_point vanished = Clock::now();
+    ASSERT_TRUE(WaitUntil([&] { return g_dwDataThreadLifeTick.load() >= tick0 + 3; }, 2000));
+    EXPECT_GE(ElapsedMs(vanished), 200);
+    EXPECT_TRUE(WaitUntil([&] { return mm->CheckSerialPortError() == MM_PORT_DATA_STOPPED; }, 3000));
+
+    // The full stop: one fixed second, then everything is gone; the published record stays.
+    log.Clear();
+    const Clock::time_point stopping = Clock::now();
     EXPECT_EQ(mm->Destroy(), 1);
-    const int took = ElapsedMs(before);
+    const long took = ElapsedMs(stopping);
     EXPECT_GE(took, 1000);
     EXPECT_LT(took, 5000);
-    EXPECT_TRUE(WaitUntil([] { return mmt::ThreadsNamed("GPSDR_THREAD") + mmt::ThreadsNamed("MM_THREAD") == 0; },
-                          1000));
-    EXPECT_EQ(log.Lines(), std::vector<std::string>{"[LIB_DBG][CMM::StopDataThread] Data Thread Destroyed\n"});
-    _mMMPosition after;
-    EXPECT_EQ(mm->GetMMPos(&after, 1), 3);  // the published record outlives the threads
-
-    CMM::FreeInstance();  // destroys once more: one more message
+    EXPECT_TRUE(WaitUntil([] { return mmt::ThreadsNamed("GPSDR_THREAD") + mmt::ThreadsNamed("MM_THREAD") == 0; }));
+    EXPECT_EQ(log.Take(), std::vector<std::string>{kDestroyed});
+    EXPECT_EQ(mm->GetMMPos(&pub, 1), 3);
+    CMM::FreeInstance();  // the destructor stops once more: one more message
     EXPECT_EQ(CMM::m_pInstance, nullptr);
-    EXPECT_EQ(log.Count("[LIB_DBG][CMM::StopDataThread] Data Thread Destroyed\n"), 2);
+    EXPECT_EQ(log.Take(), std::vector<std::string>{kDestroyed});
 }

@@ -1,59 +1,46 @@
-// Trace capture and byte helpers for the position suite.
+// Feeding and read-back helpers for the position suite, and one-line record summaries so that a
+// test states a whole record at once.
 #ifndef GPSDR_TESTS_POSITION_POSITIONTESTSUPPORT_H
 #define GPSDR_TESTS_POSITION_POSITIONTESTSUPPORT_H
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
-#include "module/MM/MMTypes.h"
-#include "platform/mAndroidLog.h"
-#include "tests/position/ZelkoFrames.h"
+#include "module/position/PositionMgr.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ZelkoFrames.h"
 
 namespace pt {
 
-// Collects the texts of the trace lines written while alive; every one must be an INFO line
-// tagged "Varnex".
-class Traces {
-public:
-    Traces() { mHostLogSetSink(&Traces::Sink, this); }
-    ~Traces() { mHostLogSetSink(nullptr, nullptr); }
-    Traces(const Traces&) = delete;
-    Traces& operator=(const Traces&) = delete;
+using Lines = std::vector<std::string>;
 
-    // The lines so far, forgotten afterwards.
-    std::vector<std::string> Take()
-    {
-        std::vector<std::string> out;
-        out.swap(lines_);
-        return out;
-    }
-
-private:
-    static void Sink(int prio, const char* tag, const char* text, void* ctx)
-    {
-        EXPECT_EQ(prio, ANDROID_LOG_INFO);
-        EXPECT_STREQ(tag, "Varnex");
-        static_cast<Traces*>(ctx)->lines_.push_back(text);
-    }
-
-    std::vector<std::string> lines_;
-};
-
-inline std::vector<std::string> Lines(std::initializer_list<const char*> texts)
+// One chunk of wire bytes, through a mutable copy for the library's char* input.
+inline int Feed(CPositionMgr& m, const zf::Bytes& wire)
 {
-    return std::vector<std::string>(texts.begin(), texts.end());
+    std::vector<char> c(wire.begin(), wire.end());
+    return m.ParsingZelko(c.data(), static_cast<unsigned short>(c.size()));
 }
 
-// Mutable copy for the library's char* / unsigned char* inputs.
-inline std::vector<char> Chars(const zf::Bytes& b)
+// A logical frame, sealed and escaped as the module would send it.
+inline int FeedFrame(CPositionMgr& m, const zf::Bytes& logical)
 {
-    return std::vector<char>(b.begin(), b.end());
+    return Feed(m, zf::Stuff(zf::Seal(logical)));
 }
 
-// One-line summaries of the records, so that a test states a whole record at once.
+// A copy-out accessor's record; the fill pattern shows any byte the accessor left unwritten.
+template <class T>
+T Get(const CPositionMgr& m, int (CPositionMgr::*getter)(T*) const)
+{
+    T v;
+    std::memset(&v, 0xA5, sizeof v);
+    EXPECT_EQ((m.*getter)(&v), 1);
+    return v;
+}
+
 template <class... Args>
 std::string Text(const char* format, Args... args)
 {

@@ -1,29 +1,13 @@
 // What each module message does to the position and module state, quirks included.
 #include <climits>
-#include <cstring>
 
-#include "module/position/PositionMgr.h"
 #include "tests/position/PositionTestSupport.h"
 
 namespace {
 
 using pt::Describe;
+using pt::Get;
 using zf::Bytes;
-
-int FeedTo(CPositionMgr& m, const Bytes& logical)
-{
-    std::vector<char> c = pt::Chars(zf::Stuff(zf::Seal(logical)));
-    return m.ParsingZelko(c.data(), static_cast<unsigned short>(c.size()));
-}
-
-template <class T>
-T Get(const CPositionMgr& m, int (CPositionMgr::*getter)(T*) const)
-{
-    T v;
-    std::memset(&v, 0xA5, sizeof v);
-    EXPECT_EQ((m.*getter)(&v), 1);
-    return v;
-}
 
 Bytes Fix(uint8_t status, uint8_t ext, uint32_t lat, uint32_t lon, uint16_t heading)
 {
@@ -40,7 +24,7 @@ Bytes GpsFix(uint8_t modeByte, uint16_t heading, size_t len = 33)
 {
     Bytes f = zf::Blank(0x31, len == 33 ? 0x01 : 0x02, len);
     f[7] = modeByte;
-    zf::Put32(f, 9, 1u << 29);  // 45 N
+    zf::Put32(f, 9, 1u << 29);   // 45 N
     zf::Put32(f, 13, 1u << 30);  // 90 E
     zf::Put16(f, 19, heading);
     zf::Put16(f, 21, 1000);
@@ -70,12 +54,12 @@ class Actions : public ::testing::Test {
 protected:
     void SetUp() override { mgr.Initialize(1, 1, 2); }
 
-    int Feed(const Bytes& logical) { return FeedTo(mgr, logical); }
+    int Feed(const Bytes& logical) { return pt::FeedFrame(mgr, logical); }
     std::string PosText() { return Describe(Get(mgr, &CPositionMgr::GetPosData)); }
     std::string LowText() { return Describe(Get(mgr, &CPositionMgr::GetZelkoLowOutData)); }
     _mGPSDREngineerInfo Eng() { return Get(mgr, &CPositionMgr::GetEngineeringModeData); }
 
-    pt::Traces traces;
+    testsupport::LogCapture log;
     CPositionMgr mgr;
 };
 
@@ -113,40 +97,28 @@ TEST_F(Actions, FixWithRawDRMakesThePosition)
     EXPECT_EQ(Eng().wDRHeading, 900);
     EXPECT_EQ(Eng().ucStatusBits2, 0);
 
-    // The pair goes out in the configured unit, and (0, 0) is never datum-shifted.
-    CPositionMgr tokyo, fine;
-    tokyo.Initialize(1, 0, 2);
-    fine.Initialize(1, 2, 2);
-    FeedTo(tokyo, Fix(0x15, 0, 0, 0, 0));
-    FeedTo(fine, Fix(0x15, 0, 1u << 29, 1u << 30, 0));
-    EXPECT_EQ(Get(tokyo, &CPositionMgr::GetPosData).lLon, 0);
-    EXPECT_EQ(Get(tokyo, &CPositionMgr::GetPosData).lLat, 0);
-    EXPECT_EQ(Get(fine, &CPositionMgr::GetPosData).lLon, 90 * 3686400);
-    EXPECT_EQ(Get(fine, &CPositionMgr::GetPosData).lLat, 45 * 3686400);
-    EXPECT_TRUE(traces.Take().empty());
+    // (0, 0) is never datum-shifted.
+    mgr.Initialize(1, 0, 2);
+    Feed(Fix(0x15, 0, 0, 0, 0));
+    EXPECT_EQ(pt::Text("%d,%d", Get(mgr, &CPositionMgr::GetPosData).lLon, Get(mgr, &CPositionMgr::GetPosData).lLat), "0,0");
+    EXPECT_TRUE(log.Take().empty());
 }
 
 TEST_F(Actions, GpsHeadingReplacesDRHeadingOnlyByTheRule)
 {
-    struct Row {
-        bool dopsValid, drHeadValid;
-        uint8_t mode, ext;
-        unsigned short drKind;
-        bool replaced;
-    };
-    const Row rows[] = {
+    const struct { bool dopsValid, drHeadValid; uint8_t mode, ext; unsigned short drKind; bool replaced; } rows[] = {
         {true, false, 0x11, 0x00, 2, true},  {false, false, 0x11, 0x00, 2, false},
         {true, true, 0x11, 0x00, 2, false},  {true, true, 0x11, 0x00, 8, true},
         {true, true, 0x11, 0x08, 8, false},  {true, true, 0x05, 0x00, 8, false},
         {true, false, 0x05, 0x00, 2, true},
     };
-    for (const Row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(&r - rows);
         CPositionMgr m;
         m.Initialize(1, 1, r.drKind);
-        FeedTo(m, Time(2024, r.dopsValid ? 768 : 25));
-        FeedTo(m, Fix(r.drHeadValid ? 0x04 : 0, r.ext, 0, 0, 32768));
-        FeedTo(m, GpsFix(static_cast<uint8_t>(0x40 | r.mode), 16384));
+        pt::FeedFrame(m, Time(2024, r.dopsValid ? 768 : 25));
+        pt::FeedFrame(m, Fix(r.drHeadValid ? 0x04 : 0, r.ext, 0, 0, 32768));
+        pt::FeedFrame(m, GpsFix(static_cast<uint8_t>(0x40 | r.mode), 16384));
         const int expect = r.replaced ? 900 : (r.drHeadValid ? 1800 : 0);
         EXPECT_EQ(Get(m, &CPositionMgr::GetPosData).wHeading, expect);
         EXPECT_EQ(Get(m, &CPositionMgr::GetZelkoLowOutData).wHeading, expect);
@@ -159,11 +131,8 @@ TEST_F(Actions, GpsFixSetsFixStateAndEndsTheFixTimeMeasurement)
     unsigned long ms = 12345;
     EXPECT_EQ(mgr.GetZelkoResetTime(kind, ms), 0);  // nothing measured yet
     mgr.StartMeasureFixTime(2);
-    const struct {
-        uint8_t modeByte;
-        size_t len;
-        int fixState, fixValid, measured;
-    } steps[] = {{0x45, 33, 2, 0, 0}, {0x11, 43, 4, 1, 0}, {0x51, 43, 3, 1, 1}, {0x05, 33, 2, 0, 1}};
+    const struct { uint8_t modeByte; size_t len; int fixState, fixValid, measured; } steps[] = {
+        {0x45, 33, 2, 0, 0}, {0x11, 43, 4, 1, 0}, {0x51, 43, 3, 1, 1}, {0x05, 33, 2, 0, 1}};
     for (const auto& s : steps) {
         Feed(GpsFix(s.modeByte, 16384, s.len));
         EXPECT_EQ(Eng().ucFixState, s.fixState);
@@ -237,17 +206,12 @@ TEST_F(Actions, ChannelMeasurementsFillTheSatelliteTable)
 
 TEST_F(Actions, DRSensorIntegratesTheGyroHeading)
 {
-    const struct {
-        uint32_t samples;
-        int32_t gyroSum;
-        short head;
-        int32_t rate;
-    } steps[] = {
-        {1, -1143, 20, -87},     // +2 degrees
-        {1, 2858, 3570, 218},    // 2 - 5 wraps to 357
-        {2, -27, 3570, 0},       // rate -13 (toward zero), too small to turn
-        {0, 999999, 3570, 0},    // no samples: only the sensor time moves
-        {1, -2858, 20, -218},    // 357 + 5 wraps to 2
+    const struct { uint32_t samples; int32_t gyroSum; short head; int32_t rate; } steps[] = {
+        {1, -1143, 20, -87},   // +2 degrees
+        {1, 2858, 3570, 218},  // 2 - 5 wraps to 357
+        {2, -27, 3570, 0},     // rate -13 (toward zero), too small to turn
+        {0, 999999, 3570, 0},  // no samples: only the sensor time moves
+        {1, -2858, 20, -218},  // 357 + 5 wraps to 2
         // Out of range: one correction only, then the 16-bit store wraps; defined everywhere.
         {1, INT32_MIN, 25252, -163840000},
     };
@@ -256,8 +220,7 @@ TEST_F(Actions, DRSensorIntegratesTheGyroHeading)
         Feed(zf::DRSensor(++tick, s.samples, s.gyroSum, 3));
         EXPECT_EQ(mgr.GetGyroCalHead(), s.head);
         const _mGPSDREngineerInfoEx ex = Get(mgr, &CPositionMgr::GetEngineeringModeDataEx);
-        EXPECT_EQ(ex.sGyroHeading, s.head);
-        EXPECT_EQ(ex.lGyroRate, s.rate);
+        EXPECT_EQ(pt::Text("%d %d", ex.sGyroHeading, ex.lGyroRate), pt::Text("%d %d", s.head, s.rate));
         EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoTimeData).ulSensorTime, tick);
     }
 }
@@ -268,11 +231,11 @@ TEST_F(Actions, MountAngleResultAndSessionChecks)
     Feed({0x81, 0x11, 0x01, 0x02, 0x01, 0x00, 0, 0, 0, 0, 0, 0x82});
     EXPECT_EQ(mgr.CheckGetMountAngle(), 1);  // 2.1 has no calibration
     Feed({0x81, 0x11, 0x01, 0x02, 0x02, 0x07, 0, 0, 0, 0, 0, 0x82});
-    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][ZelkoVerReport] App 2.1.0\n", "[MM-Dbg][ZelkoVerReport] App 2.2.7\n"}));
+    EXPECT_EQ(log.Take(), pt::Lines({"[MM-Dbg][ZelkoVerReport] App 2.1.0\n", "[MM-Dbg][ZelkoVerReport] App 2.2.7\n"}));
     EXPECT_EQ(mgr.CheckGetMountAngle(), 0);  // angles unknown
 
     Feed(Mount(-0.5f, 0.4330127f, 37));  // pitch 30, roll 30
-    EXPECT_EQ(traces.Take(), pt::Lines({angles}));
+    EXPECT_EQ(log.Take(), pt::Lines({angles}));
     EXPECT_EQ(mgr.CheckGetMountAngle(), 1);
 
     // A reset waits for the module's progress to reach 100.
@@ -282,7 +245,7 @@ TEST_F(Actions, MountAngleResultAndSessionChecks)
     EXPECT_EQ(Eng().ucMountAngleProgress, 0);
     EXPECT_EQ(mgr.CheckGetMountAngle(), 0);
     Feed(Mount(-1.0f, 0.5f, 100));  // pitch 90: roll unknown
-    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][ZelkoMountAngle] Pitch(90), Roll(360), Progress(100)\n"}));
+    EXPECT_EQ(log.Take(), pt::Lines({"[MM-Dbg][ZelkoMountAngle] Pitch(90), Roll(360), Progress(100)\n"}));
     EXPECT_EQ(mgr.CheckGetMountAngle(), 1);
     EXPECT_EQ(mgr.CheckGetMountAngle(), 0);  // pending cleared; roll 360 is unknown
 
@@ -295,9 +258,9 @@ TEST_F(Actions, MountAngleResultAndSessionChecks)
     Feed({0x81, 0x10, 0x01, 0x70, 0x60, 0x00, 0x00, 0x82});
     EXPECT_EQ(mgr.CheckGetMountAngle(), 0);
     EXPECT_EQ(mgr.CheckGetMountAngle(), 1);
-    EXPECT_EQ(traces.Take(), pt::Lines({angles,
-                                        "[MM-Dbg][CPositionMgr::ParsingZelko] NonIdx Ack : Code(0x70), SubCode(0x60), State(1)\n",
-                                        "[MM-Dbg][CPositionMgr::ParsingZelko] NonIdx Ack : Code(0x70), SubCode(0x60), State(0)\n"}));
+    EXPECT_EQ(log.Take(), pt::Lines({angles,
+                                     "[MM-Dbg][CPositionMgr::ParsingZelko] NonIdx Ack : Code(0x70), SubCode(0x60), State(1)\n",
+                                     "[MM-Dbg][CPositionMgr::ParsingZelko] NonIdx Ack : Code(0x70), SubCode(0x60), State(0)\n"}));
 }
 
 TEST_F(Actions, ReportsAcknowledgementsAndEvents)
@@ -311,7 +274,7 @@ TEST_F(Actions, ReportsAcknowledgementsAndEvents)
     product[7] = 1;
     product[8] = 2;
     zf::Put16(product, 9, 772);
-    std::memcpy(&product[11], "ZELKO-DR-MODULE1", 16);
+    std::memcpy(&product[11], "ZELKO-DR-MODULE1", 16);  // a full-length name has no terminator
     Feed(product);
     std::memcpy(&product[11], "DR7\0\0\0\0\0\0\0\0\0\0\0\0\0", 16);
     Feed(product);
@@ -320,22 +283,19 @@ TEST_F(Actions, ReportsAcknowledgementsAndEvents)
     Feed(hardware);
     Feed({0x81, 0x10, 0x02, 0x12, 0x03, 0x05, 0x01, 0x00, 0x82});
     Feed({0x81, 0x10, 0x03, 0x07, 0x00, 0x00, 0x82});
-    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][ZelkoVerReport] App 0.0.1\n",
-                                        "[MM-Dbg][ProductReport] 305419896, ZELKO-DR-MODULE1(772.2.1)\n",
-                                        "[MM-Dbg][ProductReport] 305419896, DR7(772.2.1)\n",
-                                        "[MM-Dbg][HardwareReport] HW-REV-B\n",
-                                        "[MM-Dbg][CPositionMgr::ParsingZelko] Index Ack : Code(0x12), SubCode(0x3), Idx(0x5), State(1)\n",
-                                        "[MM-Dbg][CPositionMgr::ParsingZelko] System Ack : SysCmd(0x7), State(0)\n"}));
+    EXPECT_EQ(log.Take(), pt::Lines({"[MM-Dbg][ZelkoVerReport] App 0.0.1\n",
+                                     "[MM-Dbg][ProductReport] 305419896, ZELKO-DR-MODULE1(772.2.1)\n",
+                                     "[MM-Dbg][ProductReport] 305419896, DR7(772.2.1)\n",
+                                     "[MM-Dbg][HardwareReport] HW-REV-B\n",
+                                     "[MM-Dbg][CPositionMgr::ParsingZelko] Index Ack : Code(0x12), SubCode(0x3), Idx(0x5), State(1)\n",
+                                     "[MM-Dbg][CPositionMgr::ParsingZelko] System Ack : SysCmd(0x7), State(0)\n"}));
     const _mGPSDREngineerInfo e = Eng();
     EXPECT_EQ(pt::Text("%u.%u.%u %c%c%c%u", e.ucProductVer1, e.ucProductVer2, e.wProductVer3, e.wszProductName[0],
                        e.wszProductName[1], e.wszProductName[2], e.wszProductName[3]),
               "1.2.772 DR70");
 
     // Event levels land in 3-bit fields of the diagnosis word.
-    const struct {
-        uint8_t event, severity;
-        uint16_t word;
-    } events[] = {{0x62, 0x10, 02}, {0x92, 0x30, 040002}, {0x65, 0x20, 040302}, {0x65, 0x05, 040002},
+    const struct { uint8_t event, severity; uint16_t word; } events[] = {{0x62, 0x10, 02}, {0x92, 0x30, 040002}, {0x65, 0x20, 040302}, {0x65, 0x05, 040002},
                   {0x74, 0x00, 041002}, {0x63, 0x30, 041042}, {0x70, 0x30, 041042}};
     for (const auto& ev : events) {
         Bytes f = zf::Blank(0x14, 0x01, 15);
@@ -346,39 +306,27 @@ TEST_F(Actions, ReportsAcknowledgementsAndEvents)
     }
 }
 
-TEST_F(Actions, DefaultsAndAccessors)
+TEST_F(Actions, DefaultsAndLifetime)
 {
     CPositionMgr m;
-    _mSatelView sats[CPositionMgr::SATEL_TABLE_SIZE];
-    ASSERT_EQ(m.GetSatelData(sats), 1);
-    EXPECT_EQ(Bytes(reinterpret_cast<unsigned char*>(sats), reinterpret_cast<unsigned char*>(sats + 32)),
-              Bytes(sizeof sats, 0xFF));
     const _sZelkoStatusData st = Get(m, &CPositionMgr::GetZelkoStatusData);
     EXPECT_EQ(Bytes(reinterpret_cast<const unsigned char*>(&st), reinterpret_cast<const unsigned char*>(&st + 1)),
               Bytes({0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(Describe(Get(m, &CPositionMgr::GetEngineeringModeData)),
-              "gps 0,0 dr 0,0 head 0/0 speed 0/0 fix 0 bits 00/00 angle 360,360/0 dop 0,0,0 0-0-0 0:0:0");
-    EXPECT_EQ(m.GetGyroCalHead() + m.GetFactoryMode(), 0);
-    EXPECT_EQ(m.GetPosData(nullptr) + m.GetSatelData(nullptr) + m.GetZelkoStatusData(nullptr) +
-                  m.GetZelkoSubData(nullptr) + m.GetZelkoTimeData(nullptr) + m.GetZelkoLowOutData(nullptr) +
-                  m.GetEngineeringModeData(nullptr) + m.GetEngineeringModeDataEx(nullptr) +
-                  m.GetGPSDRDiagnosisData(nullptr) + m.SetPosData(nullptr),
-              0);
-
     m.SetFactoryMode(1);
     EXPECT_EQ(m.GetFactoryMode(), 1);
-    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][CPositionMgr::SetFactoryMode] Factory Mode Request!!!! (1)\n"}));
+    EXPECT_EQ(log.Take(), pt::Lines({"[MM-Dbg][CPositionMgr::SetFactoryMode] Factory Mode Request!!!! (1)\n"}));
     EXPECT_EQ(m.SetCurMMPosForInfo(_mPosition{11, 22, 3333, -44}), 1);
     const _mGPSDREngineerInfo e = Get(m, &CPositionMgr::GetEngineeringModeData);
     EXPECT_EQ(pt::Text("%d,%d %u %d", e.lMMLon, e.lMMLat, e.wMMHeading, e.sMMSpeed), "11,22 3333 -44");
 
-    // A second Initialize keeps the parser (and what it holds) and only changes the settings.
+    // A second Initialize keeps the parser (and what it holds) and only changes the settings:
+    // the pair now goes out in 1/1024 arc-second.
     const Bytes fix = zf::Stuff(zf::Seal(Fix(0x15, 0, 1u << 29, 1u << 30, 0)));
-    std::vector<char> head(fix.begin(), fix.begin() + 3), rest(fix.begin() + 3, fix.end());
-    mgr.ParsingZelko(head.data(), 3);
+    pt::Feed(mgr, Bytes(fix.begin(), fix.begin() + 3));
     mgr.Initialize(1, 2, 2);
-    EXPECT_EQ(mgr.ParsingZelko(rest.data(), static_cast<unsigned short>(rest.size())), 1);
-    EXPECT_EQ(Get(mgr, &CPositionMgr::GetPosData).lLon, 90 * 3686400);
+    EXPECT_EQ(pt::Feed(mgr, Bytes(fix.begin() + 3, fix.end())), 1);
+    const _mGpsDataEx p = Get(mgr, &CPositionMgr::GetPosData);
+    EXPECT_EQ(pt::Text("%d,%d", p.lLon, p.lLat), pt::Text("%d,%d", 90 * 3686400, 45 * 3686400));
 }
 
 }  // namespace

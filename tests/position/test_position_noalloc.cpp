@@ -1,5 +1,6 @@
-// The data path (read, reassemble, decode, update) must not touch the heap. This file replaces
-// the global allocation functions of the test program and counts calls while a flag is set.
+// The data path (read, reassemble, decode, update) must not touch the heap, and must cut frames
+// correctly from any chunking. This file replaces the global allocation functions of the test
+// program and counts calls while a flag is set.
 // ThreadSanitizer's runtime defines the allocation functions itself, so that build leaves this
 // check to the other variants.
 #if defined(__has_feature)
@@ -68,7 +69,8 @@ TEST(NoAllocation, LongStreamIsParsedWithoutTheHeap)
     std::vector<std::vector<char>> chunks;
     std::mt19937 rng(7);
     for (size_t at = 0; at < stream.size();) {
-        const size_t n = std::min<size_t>(32 + rng() % 225, stream.size() - at);
+        // Byte by byte at first, then uneven chunks: every frame is still handled once, in order.
+        const size_t n = std::min<size_t>(at < 3000 ? 1 : 32 + rng() % 225, stream.size() - at);
         chunks.emplace_back(stream.begin() + at, stream.begin() + at + n);
         at += n;
     }
@@ -91,6 +93,11 @@ TEST(NoAllocation, LongStreamIsParsedWithoutTheHeap)
     _sZelkoTimeData t;
     mgr.GetZelkoTimeData(&t);
     EXPECT_EQ(t.ulSensorTime, 599000u);
+    EXPECT_EQ(t.ucSecond, 599 % 60);
+    _mSatelView sats[CPositionMgr::SATEL_TABLE_SIZE];
+    mgr.GetSatelData(sats);
+    EXPECT_EQ(sats[11].wSatID, 34);
+    EXPECT_EQ(sats[12].wSatID, 65535);
 }
 
 }  // namespace

@@ -1,17 +1,17 @@
-// Frame primitives: marker search with its 8-bit results, checksum, escape removal.
-#include "module/position/ZELKOParser.h"
+// Frame primitives of both directions: marker searches with their 8-bit results, checksum,
+// escaping and its removal, and the command frames as exact wire bytes.
+#include <random>
+
 #include "tests/position/PositionTestSupport.h"
 
 namespace {
 
 using zf::Bytes;
 
-TEST(ZelkoFrame, MarkerSearchesAnswerModulo256)
+TEST(ZelkoFrame, SearchesAndCountsAnswerModulo256)
 {
     Bytes b(300, 0x55);
     EXPECT_EQ(CZELKOParser::FindStartMsg(b.data(), 300), 44);  // no start marker: 300 mod 256
-    EXPECT_EQ(CZELKOParser::FindStartMsg(b.data(), 200), 200);
-    EXPECT_EQ(CZELKOParser::FindStartMsg(b.data(), 0), 0);
     b[290] = 0x81;
     EXPECT_EQ(CZELKOParser::FindStartMsg(b.data(), 300), 290 - 256);
     b[7] = 0x81;
@@ -22,78 +22,159 @@ TEST(ZelkoFrame, MarkerSearchesAnswerModulo256)
     EXPECT_EQ(CZELKOParser::FindEndMsg(b.data(), 300), 7);
     EXPECT_EQ(CZELKOParser::FindEndMsg(b.data(), 7), 0);
     EXPECT_EQ(CZELKOParser::FindEndMsg(b.data() + 7, 10), 0);  // begins on an end marker
-    EXPECT_EQ(CZELKOParser::FindEndMsg(b.data(), 0), 0);
     b[7] = 0x55;
     b[260] = 0x82;
     EXPECT_EQ(CZELKOParser::FindEndMsg(b.data(), 300), 4);  // 260 mod 256
-    b[256] = 0x82;
-    EXPECT_EQ(CZELKOParser::FindEndMsg(b.data(), 300), 0);
-}
 
-TEST(ZelkoFrame, ChecksumIsZeroSumOverStuffedBytesAndTracesFailures)
-{
-    pt::Traces traces;
-    Bytes health = zf::Seal({0x81, 0x16, 0x01, 0x05, 0x81, 0x07, 0x00, 0x82});
-    Bytes wire = zf::Stuff(health);
-    ASSERT_EQ(wire.size(), 9u);
-    EXPECT_EQ(CZELKOParser::IsValidChecksum(health.data(), 7), 1);
-    EXPECT_EQ(CZELKOParser::IsValidChecksum(wire.data(), 8), 1);  // escaping keeps the sum
-    EXPECT_TRUE(traces.Take().empty());
-
-    wire[3] += 1;
-    EXPECT_EQ(CZELKOParser::IsValidChecksum(wire.data(), 8), 0);
-    EXPECT_EQ(traces.Take(), pt::Lines({"[ZELKOParser::CalChecksum]Invalid - Len(8), S(81), E(82), ID(16-01), Sum(01)\n"}));
-}
-
-TEST(ZelkoFrame, EscapeCountIsEightBits)
-{
-    Bytes b(256, 0x80);
-    EXPECT_EQ(CZELKOParser::GetCountOf0x80(b.data(), 255), 0);
-    EXPECT_EQ(CZELKOParser::GetCountOf0x80(b.data(), 254), 255);
-    b[3] = 0x00;
-    EXPECT_EQ(CZELKOParser::GetCountOf0x80(b.data(), 9), 9);
+    Bytes esc(256, 0x80);
+    EXPECT_EQ(CZELKOParser::GetCountOf0x80(esc.data(), 255), 0);
+    esc[3] = 0x00;
+    EXPECT_EQ(CZELKOParser::GetCountOf0x80(esc.data(), 254), 254);
 }
 
 TEST(ZelkoFrame, UnstuffingRestoresEscapedBytes)
 {
-    pt::Traces traces;
-    struct Case {
-        Bytes src;
-        int dstMax;
-        Bytes expect;
+    testsupport::LogCapture log;
+    const Bytes cut = {0x81, 0x16, 0x01, 0x80};
+    const struct { Bytes src; int srcLen, dstMax; char quiet; Bytes expect; const char* trace; } cases[] = {
+        {{0x81, 0x80, 0x01, 0x80, 0x7F, 0x82}, 6, 8, 0, {0x81, 0x81, 0xFF, 0x82}, nullptr},  // follower OR 0x80
+        {{0x81, 0x80, 0x80, 0x05, 0x82}, 5, 8, 0, {0x81, 0x80, 0x85, 0x82}, nullptr},        // 80 80 is no pair
+        {{0x81, 0x10, 0x80, 0x02, 0x20, 0x82}, 6, 3, 0, {0x81, 0x10, 0x82}, nullptr},         // writes capped
+        // A lone escape at the end stops with what was produced so far.
+        {cut, 4, 8, 1, {0x81, 0x16, 0x01}, nullptr},
+        {cut, 4, 8, 0, {0x81, 0x16, 0x01},
+         "[MM-Dbg][CZELKOParser::GenStuffedMsg] cSrcMsg[ii] == 0x80 but ii is end msg : [0x16-0x1]Size(4),Org(8),ii(3)\n"},
     };
-    const Case cases[] = {
-        {{0x81, 0x80, 0x01, 0x80, 0x7F, 0x82}, 8, {0x81, 0x81, 0xFF, 0x82}},  // follower OR 0x80
-        {{0x81, 0x80, 0x80, 0x05, 0x82}, 8, {0x81, 0x80, 0x85, 0x82}},        // 80 80 is no pair
-        {{0x81, 0x10, 0x80, 0x02, 0x20, 0x82}, 3, {0x81, 0x10, 0x82}},         // writes capped
-        {{0x81, 0x10, 0x20, 0x82}, 8, {0x81, 0x10, 0x20, 0x82}},
-    };
-    for (const Case& c : cases) {
-        Bytes src = c.src;
-        Bytes dst(8, 0xEE);
-        const int n = CZELKOParser::GenStuffedMsg(dst.data(), src.data(), static_cast<int>(src.size()), c.dstMax, 0);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        Bytes src = c.src, dst(8, 0xEE);
+        const int n = CZELKOParser::GenStuffedMsg(dst.data(), src.data(), c.srcLen, c.dstMax, c.quiet);
+        ASSERT_LT(n, 8);
         EXPECT_EQ(Bytes(dst.begin(), dst.begin() + n), c.expect);
         EXPECT_EQ(dst[n], 0xEE);
+        EXPECT_EQ(log.Take(), c.trace ? pt::Lines({c.trace}) : pt::Lines());
     }
-    EXPECT_TRUE(traces.Take().empty());
+}
 
-    // A lone escape at the end stops with what was produced so far.
-    Bytes cut = {0x81, 0x16, 0x01, 0x80};
-    Bytes dst(8, 0);
-    EXPECT_EQ(CZELKOParser::GenStuffedMsg(dst.data(), cut.data(), 4, 8, 1), 3);
-    EXPECT_TRUE(traces.Take().empty());
-    EXPECT_EQ(CZELKOParser::GenStuffedMsg(dst.data(), cut.data(), 4, 8, 0), 3);
-    EXPECT_EQ(traces.Take(),
-              pt::Lines({"[MM-Dbg][CZELKOParser::GenStuffedMsg] cSrcMsg[ii] == 0x80 but ii is end msg : "
-                         "[0x16-0x1]Size(4),Org(8),ii(3)\n"}));
+TEST(ZelkoCommands, SystemCommandsAndQueriesAreFixedFrames)
+{
+    const struct { bool query; unsigned char id; Bytes frame; } rows[] = {
+        {false, 0, {0x81, 0x03, 0x01, 0xF9, 0x82}},      {false, 1, {0x81, 0x03, 0x05, 0xF5, 0x82}},
+        {false, 2, {0x81, 0x03, 0x02, 0xF8, 0x82}},      {false, 3, {0x81, 0x03, 0x07, 0xF3, 0x82}},
+        {true, 0, {0x81, 0x02, 0x11, 0x01, 0xE9, 0x82}}, {true, 1, {0x81, 0x02, 0x11, 0x03, 0xE7, 0x82}},
+        {true, 2, {0x81, 0x02, 0x11, 0x04, 0xE6, 0x82}}, {true, 3, {0x81, 0x02, 0x11, 0x06, 0xE4, 0x82}},
+        {true, 4, {0x81, 0x02, 0x12, 0x03, 0xE6, 0x82}}, {true, 5, {0x81, 0x02, 0x12, 0x04, 0xE5, 0x82}},
+        {true, 6, {0x81, 0x02, 0x70, 0x60, 0x2B, 0x82}}, {true, 7, {0x81, 0x02, 0x16, 0x02, 0xE3, 0x82}},
+        {true, 8, {0x81, 0x02, 0x16, 0x01, 0xE4, 0x82}},
+    };
+    for (const auto& r : rows) {
+        unsigned char buf[10] = {};
+        unsigned long len = 0;
+        auto make = r.query ? CPositionMgr::MakeZelkoSysQuery : CPositionMgr::MakeZelkoSysSet;
+        ASSERT_EQ(make(r.id, buf, r.frame.size(), len), 1);  // a capacity of exactly the frame suffices
+        EXPECT_EQ(Bytes(buf, buf + len), r.frame);
+        EXPECT_EQ(buf[len], 0);
+    }
 
-    EXPECT_EQ(CZELKOParser::GenStuffedMsg(dst.data(), cut.data(), 0, 8, 0), 0);
-    // An impossible destination size is the one way to overflow the output count.
-    EXPECT_EQ(CZELKOParser::GenStuffedMsg(dst.data(), cut.data(), 3, -1, 1), 0);
-    EXPECT_TRUE(traces.Take().empty());
-    EXPECT_EQ(CZELKOParser::GenStuffedMsg(dst.data(), cut.data(), 3, -1, 0), 0);
-    EXPECT_EQ(traces.Take(), pt::Lines({"[MM-Dbg][CZELKOParser::GenStuffedMsg] Generation over Original buffer size : "
-                                        "[0x16-0x1]Size(3),Org(-1)\n"}));
+    // Failures report the length first; an out-of-range id leaves marker and class written.
+    for (bool query : {false, true}) {
+        auto make = query ? CPositionMgr::MakeZelkoSysQuery : CPositionMgr::MakeZelkoSysSet;
+        const unsigned long size = query ? 6 : 5;
+        unsigned char buf[10] = {};
+        unsigned long len = 0;
+        EXPECT_EQ(make(query ? 9 : 4, buf, 10, len), 0);
+        EXPECT_EQ(len, size);
+        EXPECT_EQ(Bytes(buf, buf + 3), Bytes({0x81, static_cast<unsigned char>(query ? 0x02 : 0x03), 0x00}));
+        len = 0;
+        EXPECT_EQ(make(0, buf, size - 1, len), 0);
+        EXPECT_EQ(len, size);
+        EXPECT_EQ(make(0, nullptr, 10, len), 0);
+    }
+}
+
+TEST(ZelkoCommands, MountAngleFrameIsStuffedAfterItsChecksum)
+{
+    CPositionMgr mgr;
+    unsigned char buf[200] = {};
+    unsigned long len = 0;
+    ASSERT_EQ(mgr.MakeMountAngleCal(0, 0, 0, buf, sizeof buf, len), 1);
+    Bytes expect = {0x81, 0x01, 0x70, 0x60, 0x02, 0x00};
+    expect.resize(38, 0x00);
+    zf::Append(expect, {0x00, 0x00, 0x80, 0x00, 0x3F, 0x6B, 0x82});  // 1.0f needs an escape
+    EXPECT_EQ(Bytes(buf, buf + len), expect);
+
+    // Pitch 30, roll -45 from the integer tables: sin 30 = 49999, cos 30 = 86602,
+    // sin -45 = -70710, cos -45 = 70710. Other types carry no angles.
+    Bytes logical = {0x81, 0x01, 0x70, 0x60, 0x02, 0x00};
+    logical.resize(44, 0);
+    logical[43] = 0x82;
+    zf::PutF32(logical, 30, 49999.0f / -100000.0f);
+    zf::PutF32(logical, 34, 0.86602f * -0.7071f);
+    zf::PutF32(logical, 38, 0.86602f * 0.7071f);
+    for (unsigned char type = 0; type < 4; ++type) {
+        std::fill(std::begin(buf), std::end(buf), 0);
+        ASSERT_EQ(mgr.MakeMountAngleCal(type, 30, -45, buf, sizeof buf, len), 1);
+        logical[5] = type;
+        if (type == 1) std::fill(logical.begin() + 30, logical.begin() + 42, 0);
+        EXPECT_EQ(Bytes(buf, buf + len), zf::Stuff(zf::Seal(logical))) << int(type);
+    }
+
+    // Capacity must allow every byte to be escaped.
+    len = 0;
+    EXPECT_EQ(mgr.MakeMountAngleCal(0, 0, 0, buf, 87, len), 0);
+    EXPECT_EQ(len, 44u);
+    EXPECT_EQ(mgr.MakeMountAngleCal(0, 0, 0, nullptr, 200, len), 0);
+    EXPECT_EQ(mgr.MakeMountAngleCal(0, 0, 0, buf, 88, len), 1);
+}
+
+TEST(ZelkoCommands, StuffingAndUnstuffingAreInverse)
+{
+    std::mt19937 rng(20240315);
+    for (int n = 0; n < 500; ++n) {
+        const size_t len = 6 + rng() % 70;
+        Bytes logical = zf::Blank(static_cast<uint8_t>(rng()), static_cast<uint8_t>(rng()), len);
+        for (size_t i = 1; i + 2 < len; ++i) {
+            // Bias towards the reserved values so most frames need several escapes.
+            logical[i] = static_cast<unsigned char>(rng() % 3 == 0 ? 0x80 + rng() % 4 : rng() % 256);
+        }
+        logical[len - 2] = CPositionMgr::MakeZelkoCS(logical.data(), len);
+
+        Bytes wire(2 * len, 0);
+        std::copy(logical.begin(), logical.end(), wire.begin());
+        const unsigned char added = CPositionMgr::MakeStuffPacket(wire.data(), len, wire.size());
+        ASSERT_TRUE(std::all_of(wire.begin() + len + added, wire.end(), [](unsigned char b) { return b == 0; }));
+        wire.resize(len + added);
+        ASSERT_EQ(wire, zf::Stuff(logical));
+        EXPECT_EQ(CZELKOParser::IsValidChecksum(wire.data(), static_cast<unsigned char>(wire.size() - 1)), 1);
+
+        Bytes back(len, 0);
+        EXPECT_EQ(CZELKOParser::GenStuffedMsg(back.data(), wire.data(), static_cast<int>(wire.size()),
+                                              static_cast<int>(len), 0),
+                  static_cast<int>(len));
+        EXPECT_EQ(back, logical);
+    }
+}
+
+TEST(ZelkoCommands, StuffingScansTheWholeCapacity)
+{
+    // Nothing to do for frames too short or larger than the buffer.
+    Bytes b = {0x81, 0x80, 0x82, 0x00};
+    EXPECT_EQ(CPositionMgr::MakeStuffPacket(b.data(), 3, 4) + CPositionMgr::MakeStuffPacket(b.data(), 5, 4), 0);
+    EXPECT_EQ(b, Bytes({0x81, 0x80, 0x82, 0x00}));
+
+    // A reserved byte behind the frame is escaped too: callers must hand over zeroed buffers.
+    Bytes dirty = {0x81, 0x10, 0xAA, 0x82, 0x00, 0x83, 0x00, 0x00};
+    EXPECT_EQ(CPositionMgr::MakeStuffPacket(dirty.data(), 4, dirty.size()), 1);
+    EXPECT_EQ(dirty, Bytes({0x81, 0x10, 0xAA, 0x82, 0x00, 0x80, 0x03, 0x00}));
+
+    // Out of room: the frame is cut at the capacity (nothing is written past it), and the scan
+    // stops once the end marker would lie beyond it.
+    Bytes tight = {0x81, 0x80, 0x81, 0x82, 0x55, 0xEE};
+    EXPECT_EQ(CPositionMgr::MakeStuffPacket(tight.data(), 4, 5), 2);
+    EXPECT_EQ(tight, Bytes({0x81, 0x80, 0x00, 0x80, 0x01, 0xEE}));
+    Bytes full = {0x81, 0x83, 0x83, 0x82};
+    EXPECT_EQ(CPositionMgr::MakeStuffPacket(full.data(), 4, 4), 1);
+    EXPECT_EQ(full, Bytes({0x81, 0x80, 0x03, 0x83}));
 }
 
 }  // namespace
