@@ -8,28 +8,13 @@
 
 #include "jni/GpsDRInterface.h"
 #include "jni/NativeCall.h"
-#include "tests/jni/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace {
 
-LogLine Dbg(const char* text)
-{
-    return {ANDROID_LOG_DEBUG, "JNI", text};
-}
+using testsupport::LogCapture;
 
-class Bridge : public ::testing::Test {
-protected:
-    void SetUp() override { Reset(); }
-    void TearDown() override { Reset(); }
-    static void Reset()
-    {
-        mJavaVM = nullptr;
-        g_nNowRun = 0;
-        g_pGpsDr = nullptr;
-    }
-};
-
-TEST_F(Bridge, WithoutAVmTheCallbackAndDetachingDoNothing)
+TEST(Bridge, WithoutAVmTheCallbackAndDetachingDoNothing)
 {
     LogCapture log;
     g_nNowRun = 1;
@@ -37,24 +22,20 @@ TEST_F(Bridge, WithoutAVmTheCallbackAndDetachingDoNothing)
         Call_Java_NativeCall_SendGISInfo(37.5, 127.0, 0.0, 1, 2, 3, 0, "20240315093000");
         EXPECT_EQ(JNI_ERR, VMdetachingThread());
     }).join();
-    EXPECT_TRUE(log.Tagged("JNI").empty());
-}
-
-TEST_F(Bridge, StopWithoutStartReturnsZeroAndLogsOnlyItsDebugLine)
-{
-    LogCapture log;
-    EXPECT_EQ(0, Java_com_corvane_velmorith_NativeCall_EndGPSDRmodule(nullptr, nullptr));
-    EXPECT_EQ(std::vector<LogLine>{Dbg("EndOnlyGpsDRModule\n")}, log.Tagged("JNI"));
+    g_nNowRun = 0;
+    EXPECT_TRUE(log.Texts("JNI").empty());
 }
 
 // Without a module at the fixed device the start fails after taking the manager. A second
 // start takes the same manager in a new facade, and the stop frees it under the first.
-TEST_F(Bridge, FailedStartsLeaveRunningSetAndTheStopFreesTheManagerOfBoth)
+TEST(Bridge, StopsAroundFailedStartsFreeTheManagerOfBothFacades)
 {
+    LogCapture log;
+    EXPECT_EQ(0, Java_com_corvane_velmorith_NativeCall_EndGPSDRmodule(nullptr, nullptr));  // nothing started
+    EXPECT_EQ(std::vector<std::string>{"EndOnlyGpsDRModule\n"}, log.Take("JNI"));
     struct stat st;
     if (lstat("/dev/ttyGPS1", &st) == 0) GTEST_SKIP() << "/dev/ttyGPS1 exists on this machine";
 
-    LogCapture log;
     EXPECT_EQ(0, Java_com_corvane_velmorith_NativeCall_StartGPSDRmodule(nullptr, nullptr));
     GpsDRInterface* first = g_pGpsDr;
     ASSERT_NE(nullptr, first);
@@ -72,9 +53,10 @@ TEST_F(Bridge, FailedStartsLeaveRunningSetAndTheStopFreesTheManagerOfBoth)
     EXPECT_EQ(-1, first->GetParam(16));  // gone for the first facade too, not dangling
 
     EXPECT_EQ(1, Java_com_corvane_velmorith_NativeCall_EndGPSDRmodule(nullptr, nullptr));
-    EXPECT_EQ((std::vector<LogLine>{Dbg("StartOnlyGpsDRModule\n"), Dbg("StartOnlyGpsDRModule\n"),
-                                    Dbg("EndOnlyGpsDRModule\n"), Dbg("EndOnlyGpsDRModule\n")}),
-              log.Tagged("JNI"));
+    EXPECT_EQ((std::vector<std::string>{"StartOnlyGpsDRModule\n", "StartOnlyGpsDRModule\n", "EndOnlyGpsDRModule\n",
+                                        "EndOnlyGpsDRModule\n"}),
+              log.Texts("JNI"));
+    g_pGpsDr = nullptr;
     delete first;
     delete second;
 }

@@ -3,6 +3,7 @@ import com.corvane.velmorith.NativeCall;
 import java.io.BufferedReader;
 import java.io.InputStreamReader;
 import java.util.ArrayList;
+import java.util.Collections;
 import java.util.List;
 
 /**
@@ -18,18 +19,14 @@ public final class NativeCallE2E {
     private record Call(long atNanos, double lat, double lon, double alt, int dopA, int dopB,
             int heading, int reserved, String time) {}
 
-    private static final List<Call> calls = new ArrayList<>();
+    private static final List<Call> calls = Collections.synchronizedList(new ArrayList<>());
     private static final BufferedReader driver =
             new BufferedReader(new InputStreamReader(System.in));
     private static final NativeCall nativeCall = new NativeCall();
 
     public static void main(String[] args) throws Exception {
-        NativeCall.setListener((lat, lon, alt, a, b, heading, reserved, time) -> {
-            synchronized (calls) {
-                calls.add(new Call(System.nanoTime(), lat, lon, alt, a, b, heading, reserved, time));
-                calls.notifyAll();
-            }
-        });
+        NativeCall.setListener((lat, lon, alt, a, b, heading, reserved, time) ->
+                calls.add(new Call(System.nanoTime(), lat, lon, alt, a, b, heading, reserved, time)));
 
         link("drive");
         List<Call> first = runStarted(7, () -> {
@@ -65,10 +62,8 @@ public final class NativeCallE2E {
         if (meanwhile != null) meanwhile.run();
         double took = timed(() -> check(nativeCall.EndGPSDRmodule() == 1, "stop returns 1"));
         check(took > 2.5 && took < 6, "a stop takes about three seconds, took " + took);
-        List<Call> got;
-        synchronized (calls) {
-            got = new ArrayList<>(calls.subList(from, calls.size()));
-        }
+        List<Call> got = new ArrayList<>(calls);
+        got = got.subList(from, got.size());
         checkStream(got);
         return got;
     }
@@ -101,25 +96,17 @@ public final class NativeCallE2E {
     }
 
     private static int count() {
-        synchronized (calls) {
-            return calls.size();
-        }
+        return calls.size();
     }
 
     private static boolean awaitCalls(long n, long withinMs) {
         long deadline = System.nanoTime() + withinMs * 1_000_000L;
-        synchronized (calls) {
-            while (calls.size() < n) {
-                long left = (deadline - System.nanoTime()) / 1_000_000L;
-                if (left <= 0) return false;
-                try {
-                    calls.wait(left);
-                } catch (InterruptedException e) {
-                    return false;
-                }
-            }
+        try {
+            while (count() < n && System.nanoTime() < deadline) Thread.sleep(10);
+        } catch (InterruptedException e) {
+            return false;
         }
-        return true;
+        return count() >= n;
     }
 
     private static double timed(Runnable r) {

@@ -2,70 +2,46 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <map>
 #include <sstream>
 
 #include "module/geo/MMUtility.h"
 #include "module/position/PositionMgr.h"
+#include "tests/e2e/ToolProcess.h"
 
 namespace {
 
 // What the module sent in one cycle, and what the library should make of it.
 struct Expected {
-    std::string time;  // "YYYYMMDDhhmmss"
     bool hasPos;
-    double lat, lon;   // degrees
-    int heading;       // whole degrees
+    double lat, lon;  // degrees
+    int heading;      // whole degrees
     double alt;
     int a, b;
 };
 
-// The number after "key": in a truth line.
-double Number(const std::string& line, const char* key, int index = 0)
-{
-    size_t at = line.find(std::string("\"") + key + "\":");
-    if (at == std::string::npos) return NAN;
-    const char* p = line.c_str() + at + std::strlen(key) + 3;
-    if (*p == '[') ++p;
-    for (int i = 0; i < index; ++i) p = std::strchr(p, ',') + 1;
-    return std::strtod(p, nullptr);
-}
-
-std::string UtcDigits(const std::string& line)
-{
-    size_t at = line.find("\"utc\":\"");
-    std::string digits;
-    for (size_t i = at + 7; at != std::string::npos && i < line.size() && line[i] != '.'; ++i)
-        if (line[i] >= '0' && line[i] <= '9') digits += line[i];
-    return digits;
-}
-
 // The chain the driver applies: module units to 1/1024 arc-second, the offset transform of
 // the matching step, then degrees. The transform's pseudo-random term differs between this
 // process and the library's, by a few metres at most.
-Expected FromTruth(const std::string& line)
+Expected FromTruth(const std::string& line, const std::string& time)
 {
-    Expected e{};
-    e.time = UtcDigits(line);
+    using tooltest::Number;
     const int32_t lonRaw = static_cast<int32_t>(Number(line, "lon_raw"));
     const int32_t latRaw = static_cast<int32_t>(Number(line, "lat_raw"));
-    const int alt = static_cast<int>(Number(line, "alt"));
-    _mLonLat units = CMMUtility::ChangeLonLatUnits(2, lonRaw, latRaw);
+    const _mLonLat units = CMMUtility::ChangeLonLatUnits(2, lonRaw, latRaw);
     VIT_S vit{};
     vit.lFlag = 1;
-    vit.lTime = std::atoi(e.time.substr(8).c_str()) * 1000;
+    vit.lTime = std::stoi(time.substr(8)) * 1000;
     vit.stGps.lLon = units.lLon;
     vit.stGps.lLat = units.lLat;
-    vit.stGps.sAltitude = static_cast<int16_t>(alt);
+    vit.stGps.sAltitude = static_cast<int16_t>(Number(line, "alt"));
     _mGpsDataEx out{};
+    Expected e{};
     e.hasPos = lonRaw != 0 && latRaw != 0 && GetGpsData(&vit, &out) == 1;
     e.lat = out.lLat / 360000.0;
     e.lon = out.lLon / 360000.0;
     e.heading = CMMUtility::ChangeHeadUnits(static_cast<uint16_t>(Number(line, "heading_raw"))) / 10;
-    e.alt = alt;
+    e.alt = Number(line, "alt");
     e.a = CMMUtility::ChangeDOPUnits(static_cast<uint16_t>(Number(line, "dop_raw", 1)));
     e.b = CMMUtility::ChangeDOPUnits(static_cast<uint16_t>(Number(line, "dop_raw", 0)));
     return e;
@@ -92,11 +68,13 @@ std::vector<std::string> CheckAgainstTruth(const std::vector<ReportedCall>& call
                                            const std::string& truthPath, int minTimed)
 {
     std::vector<Expected> rows;
-    std::map<std::string, size_t> byTime;
-    std::ifstream truth(truthPath);
-    for (std::string line; std::getline(truth, line);) {
-        rows.push_back(FromTruth(line));
-        byTime[rows.back().time] = rows.size() - 1;
+    std::map<std::string, size_t> byTime;  // "YYYYMMDDhhmmss" of each cycle
+    for (const std::string& line : tooltest::Lines(tooltest::ReadText(truthPath))) {
+        std::string time;
+        for (char c : tooltest::Text(line, "utc").substr(0, 19))
+            if (c >= '0' && c <= '9') time += c;
+        rows.push_back(FromTruth(line, time));
+        byTime[time] = rows.size() - 1;
     }
 
     std::vector<std::string> failures;
