@@ -69,6 +69,8 @@ int CMM::OpenSerialPort(unsigned short* deviceName, unsigned long baud, unsigned
 
     // A stop signalled for an earlier port must not cut short the waits on this one.
     DrainPortWake();
+    // A sender on another thread must never see the descriptor half-configured or closed.
+    MMScopedLock portLock(m_pPortSync);
 
     const int fd = open(path, O_RDWR | O_NOCTTY | O_NONBLOCK);
     m_nDataFd = fd;
@@ -155,11 +157,15 @@ int CMM::CloseSerialPort()
 int CMM::GetDataUpdate()
 {
     if (m_dwDataHandle == 0) return 0;
+    // The wait for bytes happens before the port lock is taken: a silent module must not keep
+    // a sender (or a stop waiting for that sender) blocked behind the lock.
+    const int waited = m_nDataFd;
+    if (waited < 0 || !WaitPortReadable(waited)) return 1;
     MMScopedLock lock(m_pPortSync);
 
     const int fd = m_nDataFd;  // -1 when the port was closed while this thread waited for the lock
     const uint32_t room = READ_BUFFER_SIZE - m_dwReadFill;
-    if (fd >= 0 && room > 0 && WaitPortReadable(fd)) {
+    if (fd >= 0 && fd == waited && room > 0) {
         const ssize_t n = read(fd, m_ucReadBuf + m_dwReadFill, room);
         if (n > 0) {
             m_ucPortState = 3;
