@@ -161,6 +161,7 @@ private:
     int ApplyProfileMountAngle();
     int VersionKnown();
     void ReadEngineering(_mGPSDREngineerInfo& eng);
+    int AbandonPort(int fd);
     int WaitPortReadable(int fd);
     void WakePortWaiters();
     void DrainPortWake();

@@ -56,6 +56,15 @@ void DevicePath(const unsigned short* name, char (&path)[kDevicePathSize])
 
 }  // namespace
 
+// A set-up step failed after the open: the descriptor is closed and the port counts as closed.
+int CMM::AbandonPort(int fd)
+{
+    close(fd);
+    m_dwDataHandle = 0;
+    m_nDataFd = -1;
+    return 0;
+}
+
 int CMM::OpenSerialPort(unsigned short* deviceName, unsigned long baud, unsigned char byteSize,
                         unsigned char parity, unsigned char /*stopBits: always one*/)
 {
@@ -85,10 +94,7 @@ int CMM::OpenSerialPort(unsigned short* deviceName, unsigned long baud, unsigned
     if (tcgetattr(fd, &tty) < 0) {
         mTraceW(W16("[MM-Err][CMM::OpenSerialPort] mSerial: if (tcgetattr(m_nDataHandle, &tty) < 0) fail, Error(%d)\n"),
                 errno);
-        close(fd);
-        m_dwDataHandle = 0;
-        m_nDataFd = -1;
-        return 0;
+        return AbandonPort(fd);
     }
 
     // The two refusals below leave the descriptor open and the handle set, as callers expect:
@@ -115,10 +121,7 @@ int CMM::OpenSerialPort(unsigned short* deviceName, unsigned long baud, unsigned
     if (tcsetattr(fd, TCSANOW, &tty) < 0) {
         mTraceW(W16("[MM-Err][CMM::OpenSerialPort] mSerial: if (tcsetattr(m_nDataHandle, TCSANOW, &tty) < 0) fail, Error(%d)\n"),
                 errno);
-        close(fd);
-        m_dwDataHandle = 0;
-        m_nDataFd = -1;
-        return 0;
+        return AbandonPort(fd);
     }
 
     int lines = 0;
