@@ -2,6 +2,8 @@
 
 #include <getopt.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 
@@ -26,7 +28,8 @@ const char kSimUsage[] =
     "  --chunk MIN:MAX      write in random chunks with small gaps\n"
     "  --noise P            garbage between frames, probability per cycle\n"
     "  --corrupt P          wrong checksum, probability per frame\n"
-    "  --seed N             seed of all randomness (1)\n";
+    "  --seed N             seed of all randomness (1)\n"
+    "  --host S:HEX         the host writes these bytes at second S, as if read from the line\n";
 
 namespace {
 
@@ -38,12 +41,16 @@ bool ParseDouble(const char* text, double lo, double hi, double& out) {
     return true;
 }
 
-bool ParseInt(const char* text, long long lo, long long hi, long long& out) {
+bool ParseInt(const char* text, long long lo, long long hi, long long& out, int base = 10) {
     char* end = nullptr;
-    long long v = std::strtoll(text, &end, 10);
+    long long v = std::strtoll(text, &end, base);
     if (end == text || *end != '\0' || v < lo || v > hi) return false;
     out = v;
     return true;
+}
+
+bool ParseHexByte(const std::string& two, long long& out) {
+    return std::isxdigit(static_cast<unsigned char>(two[0])) && ParseInt(two.c_str(), 0, 255, out, 16);
 }
 
 // "A:B" into two parts; B may be missing when optional.
@@ -85,9 +92,24 @@ bool ParseVersion(const char* text, uint8_t version[3]) {
     return true;
 }
 
+// "S:8103..." into a time and its bytes, two hexadecimal digits each.
+bool ParseHostBytes(const char* text, SimHostBytes& out) {
+    std::string a, hex;
+    if (!SplitPair(text, a, hex, false) || !ParseDouble(a.c_str(), 0, 1e9, out.at) || hex.empty() ||
+        hex.size() % 2 != 0)
+        return false;
+    out.bytes.clear();
+    for (size_t i = 0; i < hex.size(); i += 2) {
+        long long v = 0;
+        if (!ParseHexByte(hex.substr(i, 2), v)) return false;
+        out.bytes.push_back(static_cast<uint8_t>(v));
+    }
+    return true;
+}
+
 enum OptionId {
     kDevice = 256, kOutput, kTruth, kRate, kDuration, kStart, kVersion, kColdStart, kMount,
-    kSats, kTunnel, kStop, kSilent, kVanish, kChunk, kNoise, kCorrupt, kSeed, kHelp
+    kSats, kTunnel, kStop, kSilent, kVanish, kChunk, kNoise, kCorrupt, kSeed, kHost, kHelp
 };
 
 const option kLongOptions[] = {
@@ -109,6 +131,7 @@ const option kLongOptions[] = {
     {"noise", required_argument, nullptr, kNoise},
     {"corrupt", required_argument, nullptr, kCorrupt},
     {"seed", required_argument, nullptr, kSeed},
+    {"host", required_argument, nullptr, kHost},
     {"help", no_argument, nullptr, kHelp},
     {nullptr, 0, nullptr, 0},
 };
@@ -165,6 +188,14 @@ bool Apply(int id, const char* arg, SimOptions& opt) {
             if (!ParseInt(arg, 0, 4294967295LL, n)) return false;
             opt.seed = static_cast<uint32_t>(n);
             return true;
+        case kHost: {
+            SimHostBytes host;
+            if (!ParseHostBytes(arg, host)) return false;
+            const auto later = std::upper_bound(opt.host.begin(), opt.host.end(), host.at,
+                                                [](double at, const SimHostBytes& h) { return at < h.at; });
+            opt.host.insert(later, host);
+            return true;
+        }
         default: return false;
     }
 }

@@ -11,6 +11,12 @@ struct SimInterval {
     double length;  // < 0: to the end of the run
 };
 
+// Bytes the host writes at sim second `at`; lets a file capture hold the module's answers.
+struct SimHostBytes {
+    double at;
+    std::vector<uint8_t> bytes;
+};
+
 struct SimOptions {
     std::string device;  // empty: a new pseudo-terminal
     std::string output;  // non-empty: write the stream to this file, unpaced
@@ -27,6 +33,7 @@ struct SimOptions {
     int chunkMin = 0, chunkMax = 0;  // 0: one write per cycle
     double noise = 0, corrupt = 0;
     uint32_t seed = 1;
+    std::vector<SimHostBytes> host;  // by time
 };
 
 // Fills opt from argv; on failure returns false with a message in error.

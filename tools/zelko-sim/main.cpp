@@ -31,26 +31,39 @@ void Log(double t, const std::string& text) {
     std::fprintf(stderr, "zelko-sim [%9.3f] %s\n", t, text.c_str());
 }
 
+// Answers every whole frame the host has written, at sim time `at`.
+void Answer(Session& s, double at) {
+    Frame frame;
+    bool ok = false;
+    while (s.reader.Next(frame, ok)) {
+        CommandOutcome out = HandleHostFrame(frame, ok, s.module, at);
+        if (!out.replies.empty() && InAnyInterval(s.opt.silences, at)) {
+            out.log += " (silent: not sent)";
+            out.replies.clear();
+        }
+        Log(at, out.log);
+        std::vector<uint16_t> corrupt;
+        const Frame wire = ToWire(out.replies, FaultRates{0, s.opt.corrupt}, s.linkRandom, corrupt);
+        LinkWrite(s.link, wire, s.plan, s.linkRandom);
+    }
+}
+
 // Answers the host until sim time `until`.
 void Serve(Session& s, double until) {
     uint8_t buf[512];
     for (double now = MonotonicSeconds() - s.t0; now < until; now = MonotonicSeconds() - s.t0) {
         const size_t n = LinkRead(s.link, buf, sizeof buf, until - now);
         s.reader.Push(buf, n);
-        Frame frame;
-        bool ok = false;
-        while (s.reader.Next(frame, ok)) {
-            const double at = MonotonicSeconds() - s.t0;
-            CommandOutcome out = HandleHostFrame(frame, ok, s.module, at);
-            if (!out.replies.empty() && InAnyInterval(s.opt.silences, at)) {
-                out.log += " (silent: not sent)";
-                out.replies.clear();
-            }
-            Log(at, out.log);
-            std::vector<uint16_t> corrupt;
-            const Frame wire = ToWire(out.replies, FaultRates{0, s.opt.corrupt}, s.linkRandom, corrupt);
-            LinkWrite(s.link, wire, s.plan, s.linkRandom);
-        }
+        Answer(s, MonotonicSeconds() - s.t0);
+    }
+}
+
+// Plays the --host bytes due by sim time t.
+void PlayHost(Session& s, size_t& next, double t) {
+    for (; next < s.opt.host.size() && s.opt.host[next].at <= t; ++next) {
+        const SimHostBytes& h = s.opt.host[next];
+        s.reader.Push(h.bytes.data(), h.bytes.size());
+        Answer(s, h.at);
     }
 }
 
@@ -95,6 +108,7 @@ int main(int argc, char** argv) {
     const FaultRates cycleFaults{opt.noise, opt.corrupt};
     s.t0 = MonotonicSeconds();
     int status = 0;
+    size_t nextHost = 0;
     for (uint32_t k = 0;; ++k) {
         const double t = k * period;
         const bool end = opt.duration > 0 && t >= opt.duration;
@@ -102,6 +116,7 @@ int main(int argc, char** argv) {
         if (paced) Serve(s, end ? opt.duration : vanish ? opt.vanish : t);
         if (vanish && !end) Log(opt.vanish, "vanish: closing " + s.link.path);
         if (end || vanish) break;
+        PlayHost(s, nextHost, t);
 
         const CycleState c = scenario.Next(s.module);
         std::vector<uint16_t> corrupt;
