@@ -5,19 +5,7 @@
 
 #include "module/MM/MM.h"
 #include "platform/mCharset.h"
-
-const char* PortStateName(int state)
-{
-    switch (state) {
-        case MM_PORT_OK: return "ok";
-        case MM_PORT_CLOSED: return "closed";
-        case MM_PORT_PAUSED: return "paused";
-        case MM_PORT_OPENING: return "opening";
-        case MM_PORT_NO_DATA: return "no data";
-        case MM_PORT_DATA_STOPPED: return "data stopped";
-    }
-    return "unknown";
-}
+#include "tools/common/PortState.h"
 
 std::string GisSampleText(const GisSample& s)
 {

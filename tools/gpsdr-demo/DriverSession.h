@@ -16,7 +16,6 @@ struct GisSample {
 };
 
 std::string GisSampleText(const GisSample& s);
-const char* PortStateName(int state);
 
 class DriverSession {
 public:
