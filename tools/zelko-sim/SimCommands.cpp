@@ -39,12 +39,6 @@ std::string Format(const char* fmt, ...) {
     return text;
 }
 
-std::string Hex(const Frame& f) {
-    std::string out;
-    for (uint8_t b : f) out += Format(out.empty() ? "%02X" : " %02X", b);
-    return out;
-}
-
 uint32_t FloatBits(float v) {
     uint32_t bits;
     std::memcpy(&bits, &v, sizeof bits);
@@ -68,7 +62,7 @@ IdFrame Ack(uint16_t id, uint8_t a, uint8_t b, uint8_t c) {
 CommandOutcome Query(const Frame& f, const ModuleState& module, double now) {
     CommandOutcome out;
     if (f.size() != 6) {
-        out.log = "query of bad length: " + Hex(f);
+        out.log = "query of bad length: " + HexText(f);
         return out;
     }
     for (const QueryReply& q : kQueries) {
@@ -89,7 +83,7 @@ CommandOutcome Query(const Frame& f, const ModuleState& module, double now) {
 CommandOutcome System(const Frame& f, ModuleState& module, double now) {
     CommandOutcome out;
     if (f.size() != 5) {
-        out.log = "system command of bad length: " + Hex(f);
+        out.log = "system command of bad length: " + HexText(f);
         return out;
     }
     const uint8_t command = f[2];
@@ -111,7 +105,7 @@ CommandOutcome Set(const Frame& f, ModuleState& module, double now) {
     const uint8_t type = mount ? f[5] : 0;
     if (!mount || !HasMountAngle(module) || type > 3) {
         out.replies.push_back(Ack(1001, code, subcode, kStateRejected));
-        out.log = Format("set %02X/%02X -> 1001 rejected: %s", code, subcode, Hex(f).c_str());
+        out.log = Format("set %02X/%02X -> 1001 rejected: %s", code, subcode, HexText(f).c_str());
         return out;
     }
     out.replies.push_back(Ack(1001, code, subcode, kStateAccepted));
@@ -134,13 +128,13 @@ CommandOutcome Set(const Frame& f, ModuleState& module, double now) {
 
 CommandOutcome HandleHostFrame(const Frame& logical, bool checksumOk, ModuleState& module,
                                double now) {
-    if (!checksumOk) return {{}, "bad checksum: " + Hex(logical)};
-    if (logical.size() < 5) return {{}, "short frame: " + Hex(logical)};
+    if (!checksumOk) return {{}, "bad checksum: " + HexText(logical)};
+    if (logical.size() < 5) return {{}, "short frame: " + HexText(logical)};
     switch (logical[1]) {
         case kClassQuery: return Query(logical, module, now);
         case kClassSystem: return System(logical, module, now);
         case kClassSet: return Set(logical, module, now);
-        default: return {{}, "unknown command: " + Hex(logical)};
+        default: return {{}, "unknown command: " + HexText(logical)};
     }
 }
 

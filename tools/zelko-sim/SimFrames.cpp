@@ -42,6 +42,17 @@ void SealFrame(Frame& logical) {
     logical[cs] = static_cast<uint8_t>(0u - ByteSum(logical.data(), logical.size()));
 }
 
+std::string HexText(const Frame& f) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string out;
+    for (uint8_t b : f) {
+        if (!out.empty()) out += ' ';
+        out += kDigits[b >> 4];
+        out += kDigits[b & 15];
+    }
+    return out;
+}
+
 Frame StuffFrame(const Frame& logical) {
     Frame wire;
     wire.reserve(logical.size() + 8);

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "tools/zelko-sim/SimTypes.h"
 
@@ -22,6 +23,8 @@ Frame NewFrame(uint8_t code, uint8_t subcode, size_t length);
 void SealFrame(Frame& logical);
 // The wire form of a sealed logical frame.
 Frame StuffFrame(const Frame& logical);
+// "81 03 01 F9 82": how logs and the truth show a frame.
+std::string HexText(const Frame& f);
 
 // Cuts frames out of the bytes the host writes (which may carry zero preambles and line
 // noise between frames) and undoes the escapes.

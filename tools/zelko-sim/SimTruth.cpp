@@ -1,5 +1,6 @@
 #include "tools/zelko-sim/SimTruth.h"
 
+#include "tools/zelko-sim/SimFrames.h"
 #include "tools/zelko-sim/SimTime.h"
 
 namespace {
@@ -35,4 +36,12 @@ std::string TruthLine(const CycleState& c, size_t bytes, const std::vector<uint1
         line += (i ? "," : "") + std::to_string(corrupt[i]);
     line += "]}\n";
     return line;
+}
+
+std::string CommandTruthLine(double t, const Frame& logical, bool checksumOk, const std::string& outcome) {
+    char head[64];
+    std::snprintf(head, sizeof head, "{\"class\":\"command\",\"t\":%.3f,\"frame\":\"", t);
+    // Outcomes are the simulator's own plain text: no quotes or backslashes to escape.
+    return head + HexText(logical) + "\",\"checksum_ok\":" + (checksumOk ? "true" : "false") +
+           ",\"outcome\":\"" + outcome + "\"}\n";
 }

@@ -25,6 +25,7 @@ struct Session {
     SimRandom linkRandom;
     ChunkPlan plan;
     double t0 = 0;
+    FILE* truth = nullptr;
 };
 
 void Log(double t, const std::string& text) {
@@ -42,6 +43,10 @@ void Answer(Session& s, double at) {
             out.replies.clear();
         }
         Log(at, out.log);
+        if (s.truth) {
+            std::fputs(CommandTruthLine(at, frame, ok, out.log).c_str(), s.truth);
+            std::fflush(s.truth);
+        }
         std::vector<uint16_t> corrupt;
         const Frame wire = ToWire(out.replies, FaultRates{0, s.opt.corrupt}, s.linkRandom, corrupt);
         LinkWrite(s.link, wire, s.plan, s.linkRandom);
@@ -93,6 +98,7 @@ int main(int argc, char** argv) {
         std::perror(opt.truth.c_str());
         return 1;
     }
+    s.truth = truth;
     if (!OpenLink(opt, s.link, error)) {
         std::fprintf(stderr, "zelko-sim: %s\n", error.c_str());
         return 1;
