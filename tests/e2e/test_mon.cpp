@@ -1,0 +1,137 @@
+// zelko-mon in tmux against zelko-sim: the panes show what the simulator played, the keys reach
+// it as the module's command frames, and the terminal comes back as it was.
+#include <signal.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <thread>
+
+#include "tests/e2e/ToolProcess.h"
+
+namespace {
+
+using tooltest::Clock;
+
+std::string Shell(const std::string& command)
+{
+    std::string out;
+    if (FILE* p = popen(command.c_str(), "r")) {
+        char buf[4096];
+        for (size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) out.append(buf, n);
+        pclose(p);
+    }
+    return out;
+}
+
+// One tmux server of this test's own, one 80x24 window.
+struct Tmux {
+    const std::string server = "tmux -L gpsdr-mon-" + std::to_string(getpid()) + " -f /dev/null ";
+    std::string Run(const std::string& args) { return Shell(server + args + " 2>&1"); }
+    ~Tmux() { Run("kill-server"); }
+    // The pane once `ready` holds for it (10 s at most).
+    template <typename Ready>
+    std::string WaitFor(Ready ready)
+    {
+        std::string pane;
+        for (auto end = Clock::now() + std::chrono::seconds(10); Clock::now() < end;) {
+            if (ready(pane = Run("capture-pane -p -t mon"))) break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        }
+        return pane;
+    }
+    std::string WaitText(const std::string& text)
+    {
+        return WaitFor([&](const std::string& p) { return p.find(text) != std::string::npos; });
+    }
+};
+
+// The shown position, time and satellites against the simulator's cycle of the shown second.
+bool ShowsTruth(const std::string& pane, const std::string& truthPath)
+{
+    int y, mo, d, h, mi, s, alt, listed, usedRows, used;
+    double lat, lon, heading, speed;
+    auto at = [&](const char* label) { return pane.c_str() + std::min(pane.find(label), pane.size()); };
+    if (std::sscanf(at("GPS Lat"), "GPS Lat %lf Lon %lf", &lat, &lon) != 2 ||
+        std::sscanf(at("Alt"), "Alt %d m Hdg %lf deg Spd %lf", &alt, &heading, &speed) != 3 ||
+        std::sscanf(at("UTC"), "UTC %d-%d-%d %d:%d:%d", &y, &mo, &d, &h, &mi, &s) != 6 ||
+        std::sscanf(at("sats used"), "sats used %d", &used) != 1 ||
+        std::sscanf(at("Satellites:"), "Satellites: %d listed, %d", &listed, &usedRows) != 2)
+        return false;
+    char utc[32];
+    std::snprintf(utc, sizeof utc, "\"utc\":\"%04d-%02d-%02dT%02d:%02d:%02d", y, mo, d, h, mi, s);
+    for (const std::string& t : tooltest::Lines(tooltest::ReadText(truthPath)))
+        if (t.find(utc) != std::string::npos)
+            return std::fabs(lat - tooltest::Number(t, "lat")) < 1.5e-6 &&
+                   std::fabs(lon - tooltest::Number(t, "lon")) < 1.5e-6 && alt == tooltest::Number(t, "alt") &&
+                   std::fabs(heading - tooltest::Number(t, "heading")) < 0.15 &&
+                   std::fabs(speed - tooltest::Number(t, "speed_kmh")) < 0.15 && used == tooltest::Number(t, "sats") &&
+                   listed == used && tooltest::Text(t, "fix") == "3d" && tooltest::CountOf(pane, "  yes\n") == size_t(usedRows);
+    return false;
+}
+
+TEST(ZelkoMon, ShowsTheModuleSendsItsCommandsAndSurvivesItsLoss)
+{
+    if (Shell("command -v tmux").empty()) GTEST_SKIP() << "tmux is not installed";
+    const std::string base = testing::TempDir() + "zelko_mon_" + std::to_string(getpid());
+    const std::string truth = base + ".json";
+    tooltest::Child sim = tooltest::Spawn("zelko-sim", {"--rate", "1", "--seed", "5", "--truth", truth});
+    std::string pty;
+    ASSERT_TRUE(tooltest::Read(sim.out, pty, Clock::now() + std::chrono::seconds(5)));
+    Tmux tmux;
+    tmux.Run("new-session -d -s mon -x 80 -y 24 'stty -g >" + base + ".before; " + tooltest::BuildPath("zelko-mon") +
+             " " + pty + "; echo EXIT=$?; stty -g >" + base + ".after; sleep 60'");
+    auto commands = [&](const std::string& text) {
+        return tooltest::CountOf(tooltest::ReadText(truth), text);
+    };
+
+    // The identity answers the library's own start-up queries; the mount angle needs the key.
+    tmux.WaitText("App 2.2.0  ZELKO-DR7 GNSS 2.4.1");
+    tmux.Run("send-keys -t mon s");
+    std::string pane = tmux.WaitFor([&](const std::string& p) {
+        return p.find("HW ZK7-MB REV.C") != std::string::npos && p.find("Mount pitch 0 roll 0 deg") != std::string::npos;
+    });
+    EXPECT_EQ(commands("\"frame\":\"81 02 70 60 2B 82\""), 1u) << pane;
+    pane = tmux.WaitFor([&](const std::string& p) { return ShowsTruth(p, truth); });
+    EXPECT_TRUE(ShowsTruth(pane, truth)) << pane;
+    // 80x24 holds every panel in place: a line too long would wrap and push the rest down.
+    const std::vector<std::string> rows = tooltest::Lines(pane);
+    ASSERT_EQ(rows.size(), 24u) << pane;
+    EXPECT_EQ(rows[1].substr(40, 14), "-- Satellites:") << pane;
+    EXPECT_EQ(rows[23].substr(0, 9), "s queries") << pane;
+
+    tmux.Run("send-keys -t mon 1");
+    pane = tmux.WaitText("Ack: System Ack : SysCmd(0x5), State(0)");
+    EXPECT_NE(pane.find("Ack: System Ack : SysCmd(0x5), State(0)"), std::string::npos) << pane;
+    EXPECT_EQ(commands("\"frame\":\"81 03 05 F5 82\""), 1u);
+
+    tmux.Run("send-keys -t mon m '3 -2' Enter");
+    pane = tmux.WaitText("Ack: NonIdx Ack : Code(0x70), SubCode(0x60), State(0)");
+    EXPECT_NE(pane.find("NonIdx Ack : Code(0x70), SubCode(0x60), State(0)"), std::string::npos) << pane;
+    EXPECT_EQ(commands("\"frame\":\"81 01 70 60 02 00 00"), 1u);
+    EXPECT_EQ(commands("\"outcome\":\"set 70/60 type 0 pitch 3 roll -2 -> 1001\""), 1u);
+
+    kill(sim.pid, SIGTERM);
+    tooltest::Reap(sim, Clock::now() + std::chrono::seconds(5));
+    pane = tmux.WaitText("port data stopped");
+    EXPECT_NE(pane.find("Port data stopped (5)"), std::string::npos) << pane;
+    tmux.Run("send-keys -t mon q");
+    pane = tmux.WaitText("EXIT=");
+    EXPECT_NE(pane.find("EXIT=0"), std::string::npos) << pane;
+    EXPECT_EQ(pane.find("zelko-mon"), std::string::npos) << pane;
+    EXPECT_EQ(tooltest::ReadText(base + ".after"), tooltest::ReadText(base + ".before"));
+}
+
+TEST(ZelkoMon, CommandLine)
+{
+    const tooltest::RunResult help = tooltest::Run("zelko-mon", {"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("usage: zelko-mon"), std::string::npos);
+    EXPECT_EQ(tooltest::Run("zelko-mon", {"--version"}).out, "zelko-mon 1.0.0\n");
+    EXPECT_EQ(tooltest::Run("zelko-mon", {}).status, 2);
+    EXPECT_EQ(tooltest::Run("zelko-mon", {"/nonexistent/tty"}).status, 1);
+}
+
+}  // namespace

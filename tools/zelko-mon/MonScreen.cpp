@@ -1,0 +1,202 @@
+#include "tools/zelko-mon/MonScreen.h"
+
+#include <curses.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/mCharset.h"
+#include "tools/common/PortState.h"
+
+namespace {
+
+const int kMinSatRows = 1;
+const int kMinMessageRows = 3;
+const int16_t kNoAngle = 360;  // the module has not reported its mount angle
+
+struct Area {
+    int y, x, w, h;
+};
+
+// One line of an area, clipped to its width; rows past its height are dropped.
+void Row(const Area& a, int row, const char* fmt, ...) __attribute__((format(printf, 3, 4)));
+void Row(const Area& a, int row, const char* fmt, ...)
+{
+    if (row < 0 || row >= a.h || a.w <= 0) return;
+    char text[512];
+    va_list args;
+    va_start(args, fmt);
+    std::vsnprintf(text, sizeof text, fmt, args);
+    va_end(args);
+    mvaddnstr(a.y + row, a.x, text, a.w);
+}
+
+void Title(const Area& a, const char* name)
+{
+    attron(A_BOLD);
+    Row(a, 0, "-- %s %s", name, std::string(static_cast<size_t>(std::max(a.w, 0)), '-').c_str());
+    attroff(A_BOLD);
+}
+
+// The manager keeps its coordinates in unit kind 2, unsigned 1/1024 arc-second; headings come in
+// 0.1 degree and speeds in 0.1 km/h.
+double Degrees(int32_t units) { return static_cast<uint32_t>(units) / 3686400.0; }
+double Tenths(long v) { return v / 10.0; }
+
+void Coordinates(const Area& a, int row, const char* label, int32_t lat, int32_t lon)
+{
+    Row(a, row, "%s Lat %10.6f  Lon %11.6f", label, Degrees(lat), Degrees(lon));
+}
+
+void DrawPosition(const Area& a, const MonSnapshot& s)
+{
+    const _mGpsDataEx& p = s.pos;
+    Title(a, "Position");
+    Coordinates(a, 1, "GPS", p.lLat, p.lLon);
+    Row(a, 2, "Alt %d m  Hdg %5.1f deg  Spd %5.1f km/h", p.sAltitude, Tenths(p.wHeading), Tenths(p.sSpeed));
+    const char* mode = p.ucPosMode == 8 ? "GPS" : p.ucPosMode == 6 ? "DR" : "--";
+    const char* fix = p.ucFixValid ? "fix valid" : "no fix";
+    if (s.timeValid)
+        Row(a, 3, "UTC %04u-%02u-%02u %02u:%02u:%02u  %s  %s", s.utc.wYear, s.utc.wMonth, s.utc.wDay, s.utc.wHour,
+            s.utc.wMinute, s.utc.wSecond, mode, fix);
+    else
+        Row(a, 3, "UTC ----------  --:--:--  %s  %s", mode, fix);
+    Row(a, 4, "DOP %.1f %.1f %.1f  sats used %u", Tenths(p.sDop1), Tenths(p.sDop2), Tenths(p.sDop3), p.ucSatUsed);
+}
+
+void DrawDeadReckoning(const Area& a, const MonSnapshot& s)
+{
+    const _mGPSDREngineerInfo& e = s.eng;
+    Title(a, "Dead reckoning and sensors");
+    Coordinates(a, 1, "DR ", e.lDRLat, e.lDRLon);
+    Row(a, 2, "DR  hdg %5.1f deg  spd %5.1f km/h", Tenths(e.wDRHeading), Tenths(e.sDRSpeed));
+    Row(a, 3, "GPS hdg %5.1f deg  spd %5.1f km/h", Tenths(e.wGpsHeading), Tenths(e.sGpsSpeed));
+    Row(a, 4, "Gyro hdg %5.1f deg  rate %ld  flags %02X %02X", Tenths(s.engEx.sGyroHeading),
+        static_cast<long>(s.engEx.lGyroRate), e.ucStatusBits1, e.ucStatusBits2);
+}
+
+const char* FixStateName(uint8_t state)
+{
+    switch (state) {
+        case 2: return "none";
+        case 3: return "3-D";
+        case 4: return "2-D";
+    }
+    return "--";
+}
+
+void DrawModule(const Area& a, const MonSnapshot& s)
+{
+    const _mGPSDREngineerInfo& e = s.eng;
+    Title(a, "Module");
+    unsigned short name[ZELKO_PRODUCT_NAME_LEN + 1] = {};
+    std::copy(e.wszProductName, e.wszProductName + ZELKO_PRODUCT_NAME_LEN, name);
+    unsigned char product[ZELKO_PRODUCT_NAME_LEN * 3 + 1] = {};
+    UtilWideToUtf8(name, product);
+    Row(a, 1, "App %u.%u.%u  %s %u.%u.%u", e.ucAppVerMajor, e.ucAppVerMinor, e.ucAppVerPatch,
+        reinterpret_cast<const char*>(product), e.wProductVer3, e.ucProductVer2, e.ucProductVer1);
+    Row(a, 2, "HW %s  fix %s", s.hardware.empty() ? "--" : s.hardware.c_str(), FixStateName(e.ucFixState));
+    if (e.sPitch == kNoAngle || e.sRoll == kNoAngle)
+        Row(a, 3, "Mount angle --  calib %u%%", e.ucMountAngleProgress);
+    else
+        Row(a, 3, "Mount pitch %d roll %d deg  calib %u%%", e.sPitch, e.sRoll, e.ucMountAngleProgress);
+    // Five 3-bit event levels, 0 = nothing reported; the events are 62, 63, 65, 74 and 92.
+    const unsigned w = s.diag.wEventLevels;
+    Row(a, 4, "Health 62:%u 63:%u 65:%u 74:%u 92:%u", w & 7, (w >> 3) & 7, (w >> 6) & 7, (w >> 9) & 7,
+        (w >> 12) & 7);
+    if (s.resetTimed)
+        Row(a, 5, "Reset %u: first fix after %lu ms", s.resetCommand, s.resetMs);
+    else if (s.measuring)
+        Row(a, 5, "Reset sent: no fix for %u s", s.measuringMs / 1000);
+    else
+        Row(a, 5, "Reset: none measured");
+}
+
+void DrawLink(const Area& a, const MonSnapshot& s)
+{
+    Title(a, "Link");
+    Row(a, 1, "Port %s (%d)", PortStateName(s.portState), s.portState);
+}
+
+void DrawSatellites(const Area& a, const MonSnapshot& s)
+{
+    int used = 0;
+    for (int i = 0; i < s.satCount; ++i) used += s.sats[i].ucUsed ? 1 : 0;
+    char title[64];
+    std::snprintf(title, sizeof title, "Satellites: %d listed, %d used", s.satCount, used);
+    Title(a, title);
+    Row(a, 1, " PRN  Elev  Azim  SNR dB-Hz  Used");
+    const int room = a.h - 2;
+    const int shown = s.satCount > room ? room - 1 : s.satCount;
+    for (int i = 0; i < shown; ++i) {
+        const _mSatelView& v = s.sats[i];
+        Row(a, 2 + i, " %3u  %4u  %4d  %9u  %s", v.wSatID, v.wElevation, v.sAzimuth, v.wSNR, v.ucUsed ? "yes" : "no");
+    }
+    if (shown < s.satCount) Row(a, 2 + shown, " ... %d more", s.satCount - shown);
+}
+
+void DrawBottom(int y, int w, const MonSnapshot& s, const MonUi& ui)
+{
+    const Area line{y, 0, w, 2};
+    Row(line, 0, "Ack: %s", s.ack.empty() ? "--" : s.ack.c_str());
+    attron(A_REVERSE);
+    if (ui.prompting)
+        Row(line, 1, "Mount angle: pitch roll (deg), Enter sends, Esc cancels: %s_%*s", ui.entry.c_str(), w, "");
+    else
+        Row(line, 1, "s queries  0-3 reset  m mount angle  q quit | %s%*s", ui.status.c_str(), w, "");
+    attroff(A_REVERSE);
+}
+
+}  // namespace
+
+bool MonScreen::Open()
+{
+    if (!initscr()) return false;
+    m_open = true;
+    cbreak();  // keeps Ctrl-C a signal
+    noecho();
+    keypad(stdscr, TRUE);
+    curs_set(0);
+    set_escdelay(25);
+    return true;
+}
+
+void MonScreen::Close()
+{
+    if (m_open) endwin();
+    m_open = false;
+}
+
+void MonScreen::Draw(const MonSnapshot& s, const MonUi& ui)
+{
+    erase();
+    int h = 0, w = 0;
+    getmaxyx(stdscr, h, w);
+    const int left = w / 2, right = w - left;
+    attron(A_REVERSE);
+    Row(Area{0, 0, w, 1}, 0, "zelko-mon  %s  port %s%*s", ui.device.c_str(), PortStateName(s.portState), w, "");
+    attroff(A_REVERSE);
+
+    // Left: position, dead reckoning, module, link, top down.
+    int y = 1;
+    for (auto panel : {std::make_pair(DrawPosition, 5), std::make_pair(DrawDeadReckoning, 5),
+                       std::make_pair(DrawModule, 6), std::make_pair(DrawLink, 2)}) {
+        panel.first(Area{y, 0, left - 1, panel.second}, s);
+        y += panel.second;
+    }
+    // Right: the satellites take what they need, the message list the rest.
+    const int height = h - 3;
+    const int satRows = std::clamp(s.satCount, kMinSatRows, std::max(kMinSatRows, height - 2 - kMinMessageRows - 1));
+    DrawSatellites(Area{1, left, right, satRows + 2}, s);
+    DrawBottom(h - 2, w, s, ui);
+    refresh();
+}
+
+int MonScreen::Key(int waitMs)
+{
+    timeout(waitMs);
+    const int c = getch();
+    return c == ERR ? -1 : c;
+}
