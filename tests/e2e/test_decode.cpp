@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -16,6 +19,12 @@ using tooltest::Number;
 std::string TempFile(const std::string& name)
 {
     return testing::TempDir() + "zelko_decode_" + std::to_string(getpid()) + "_" + name;
+}
+
+std::string Source(const std::string& path)
+{
+    const char* dir = std::getenv("GPSDR_SOURCE_DIR");
+    return std::string(dir ? dir : ".") + "/" + path;
 }
 
 std::vector<std::string> OfType(const std::vector<std::string>& lines, const std::string& type)
@@ -80,6 +89,82 @@ TEST(ZelkoDecode, ReadsALiveDeviceUntilItHangsUp)
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(OfType(lines, "summary"), std::vector<std::string>{lines.back()});
     EXPECT_GE(OfType(lines, "pos").size(), 3u) << r.out;
+}
+
+// What users and scripts meet first: help, version, bad options, inputs that hold nothing and
+// faults inside a stream, each with its documented status and a message that names the problem.
+TEST(ZelkoTools, CommandLineAndInputFaultsAreNamed)
+{
+    const std::string empty = TempFile("empty.bin"), noise = TempFile("noise.bin"), err = TempFile("cli.err");
+    std::ofstream(empty, std::ios::binary).flush();
+    std::string random(5000, '\0');
+    std::mt19937 gen(3);
+    for (char& c : random) c = static_cast<char>(gen());
+    std::ofstream(noise, std::ios::binary) << random;
+    struct Case {
+        std::vector<std::string> command;
+        int status;
+        std::string out;  // the start of standard output
+        std::string err;  // a part of standard error
+    };
+    const Case cases[] = {
+        {{"zelko-decode", "--help"}, 0, "usage: zelko-decode [options] [INPUT]\n", ""},
+        {{"zelko-decode", "-V"}, 0, "zelko-decode ", ""},
+        {{"zelko-decode", "--bogus"}, 2, "", "zelko-decode: unknown option --bogus\n"},
+        {{"zelko-decode", "--gpx"}, 2, "", "zelko-decode: option --gpx needs a value\n"},
+        {{"zelko-decode", empty}, 3, "{\"type\":\"summary\",\"bytes\":0,", "no Zelko frame in " + empty + " (0 bytes)"},
+        {{"zelko-decode", noise}, 3, "{\"type\":\"msg\",\"id\":0,", "no Zelko frame in " + noise + " (5000 bytes)"},
+        {{"zelko-decode", Source("tests/captures/noise.bin")}, 0, "{",
+         "byte 1392: refused frame 0x31/0x01, 34 bytes: bad checksum\n"
+         "zelko-decode: byte 1493: input ends inside a frame (48 bytes)\n"},
+        {{"zelko-sim", "--help"}, 0, "usage: zelko-sim [options]\n", ""},
+        {{"zelko-sim", "--version"}, 0, "zelko-sim ", ""},
+        {{"zelko-sim", "--rate", "11"}, 2, "", "zelko-sim: bad value for --rate: '11'\n"},
+        {{"zelko-sim", "--device", noise, "--duration", "1"}, 1, "", "cannot play on " + noise + ": not a terminal"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.command.back());
+        const tooltest::RunResult r =
+            tooltest::Run(c.command[0], {c.command.begin() + 1, c.command.end()}, {"", false, err});
+        EXPECT_EQ(r.status, c.status);
+        EXPECT_EQ(r.out.substr(0, c.out.size()), c.out);
+        const std::string diagnostics = tooltest::ReadText(err);
+        EXPECT_NE(diagnostics.find(c.err), std::string::npos) << diagnostics;
+        EXPECT_EQ(diagnostics.empty(), c.err.empty()) << diagnostics;
+    }
+    EXPECT_EQ(tooltest::ReadText(noise), random) << "the simulator wrote into a capture";
+    for (const std::string& f : {empty, noise, err}) std::remove(f.c_str());
+}
+
+// SIGINT and SIGTERM end the tools whatever their input: one that never blocks, one that never
+// comes, a pseudo-terminal; the decoder still prints its summary.
+TEST(ZelkoTools, StopSignalsEndEveryInput)
+{
+    struct Case {
+        std::vector<std::string> command;
+        tooltest::Io io;
+        int signal;
+        int status;
+    };
+    const Case cases[] = {
+        {{"zelko-decode", "/dev/zero"}, {}, SIGTERM, 3},
+        {{"zelko-decode"}, {"", true}, SIGINT, 3},
+        {{"zelko-sim", "--rate", "10"}, {}, SIGINT, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.command.back());
+        const auto deadline = tooltest::Clock::now() + std::chrono::seconds(5);
+        tooltest::Child child = tooltest::Spawn(c.command[0], {c.command.begin() + 1, c.command.end()}, c.io);
+        usleep(300000);  // past the start-up, into the reading
+        kill(child.pid, c.signal);
+        const std::vector<std::string> lines = Lines(tooltest::ReadUntil(child.out, deadline));
+        EXPECT_EQ(tooltest::Reap(child, deadline), c.status);
+        EXPECT_LT(tooltest::Clock::now(), deadline);
+        if (c.command[0] == "zelko-decode") {
+            ASSERT_FALSE(lines.empty());
+            EXPECT_EQ(lines.back().rfind("{\"type\":\"summary\"", 0), 0u) << lines.back();
+        }
+    }
 }
 
 }  // namespace

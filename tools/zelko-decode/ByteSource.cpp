@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tools/common/StopSignal.h"
+
 namespace {
 
 bool MakeRaw(int fd)
@@ -49,9 +51,12 @@ bool ByteSource::Open(const std::string& path, std::string& error)
 
 long ByteSource::Read(unsigned char* buf, size_t cap)
 {
-    const ssize_t n = read(m_fd, buf, cap);
-    if (n >= 0) return static_cast<long>(n);
-    // A pseudo-terminal whose other side has closed reports EIO: that is its end of stream.
-    if (errno == EIO || errno == EINTR) return 0;
-    return -1;
+    while (WaitReadable(m_fd)) {
+        const ssize_t n = read(m_fd, buf, cap);
+        if (n >= 0) return static_cast<long>(n);
+        // A pseudo-terminal whose other side has closed reports EIO: that is its end of stream.
+        if (errno == EIO) return 0;
+        if (errno != EINTR && errno != EAGAIN) return -1;
+    }
+    return 0;
 }

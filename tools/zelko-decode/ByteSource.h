@@ -15,8 +15,8 @@ public:
 
     // False with a message in error when path cannot be opened or configured.
     bool Open(const std::string& path, std::string& error);
-    // Bytes read into buf; 0 at the end of the stream (end of file, the device hung up, or an
-    // interrupting signal), -1 on a read error.
+    // Bytes read into buf; 0 at the end of the stream (end of file, the device hung up, or a
+    // stop signal, tools/common/StopSignal.h), -1 on a read error.
     long Read(unsigned char* buf, size_t cap);
 
 private:

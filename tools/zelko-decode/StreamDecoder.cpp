@@ -1,5 +1,6 @@
 #include "tools/zelko-decode/StreamDecoder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -25,6 +26,13 @@ std::string Hex8(unsigned char v)
     char text[8];
     std::snprintf(text, sizeof text, "0x%02X", v);
     return text;
+}
+
+// Where the frame in a piece starts (the size when it has none). The library's own search
+// counts in 8 bits; this one also places frames behind long runs of noise.
+size_t StartOf(const std::vector<unsigned char>& piece)
+{
+    return static_cast<size_t>(std::find(piece.begin(), piece.end(), ZELKO_START) - piece.begin());
 }
 
 }  // namespace
@@ -64,11 +72,14 @@ void StreamDecoder::Feed(const unsigned char* data, size_t len)
 void StreamDecoder::HandlePiece()
 {
     const unsigned short len = static_cast<unsigned short>(m_piece.size());
-    PrintFrame(m_parser.Parsing(m_piece.data(), len, 0));
+    const int id = m_parser.Parsing(m_piece.data(), len, 0);
 
+    const uint64_t checksumFailures = m_counts.checksumFailures;
     m_inLibrary = true;
     const int fix = m_positionMgr.ParsingZelko(reinterpret_cast<char*>(m_piece.data()), len);
     m_inLibrary = false;
+    PrintFrame(id, m_counts.checksumFailures != checksumFailures);
+    m_pieceOffset += len;
     m_piece.clear();
     if (!fix) return;
 
@@ -78,14 +89,14 @@ void StreamDecoder::HandlePiece()
     if (m_out.position) m_out.position(pos);
 }
 
-void StreamDecoder::PrintFrame(int id)
+void StreamDecoder::PrintFrame(int id, bool badChecksum)
 {
     if (id < 0) return;  // no frame in this piece
     ++m_counts.frames;
     unsigned char* piece = m_piece.data();
-    const unsigned short len = static_cast<unsigned short>(m_piece.size());
-    const unsigned char start = CZELKOParser::FindStartMsg(piece, len);
-    const unsigned frameLen = CZELKOParser::FindEndMsg(piece + start, static_cast<unsigned short>(len - start)) + 1u;
+    const size_t start = StartOf(m_piece);
+    const unsigned frameLen =
+        CZELKOParser::FindEndMsg(piece + start, static_cast<unsigned short>(m_piece.size() - start)) + 1u;
 
     JsonLine line;
     line.Text("type", "msg").Int("id", id).Int("len", frameLen);
@@ -93,9 +104,28 @@ void StreamDecoder::PrintFrame(int id)
         ++m_counts.messages;
     } else {
         ++m_counts.refused;
-        if (frameLen >= 3) line.Text("code", Hex8(piece[start + 1])).Text("subcode", Hex8(piece[start + 2]));
+        std::string what = "refused frame";
+        if (frameLen >= 3) {
+            const std::string code = Hex8(piece[start + 1]), subcode = Hex8(piece[start + 2]);
+            line.Text("code", code).Text("subcode", subcode);
+            what += " " + code + "/" + subcode;
+        }
+        what += ", " + std::to_string(frameLen) + " bytes: " + (badChecksum ? "bad checksum" : "unknown kind or malformed");
+        Note(m_pieceOffset + start, what);
     }
     if (m_out.line) m_out.line(line.Str());
+}
+
+void StreamDecoder::Finish()
+{
+    const size_t start = StartOf(m_piece);
+    if (start < m_piece.size())
+        Note(m_pieceOffset + start, "input ends inside a frame (" + std::to_string(m_piece.size() - start) + " bytes)");
+}
+
+void StreamDecoder::Note(uint64_t offset, const std::string& what)
+{
+    if (m_out.note) m_out.note("byte " + std::to_string(offset) + ": " + what);
 }
 
 std::string StreamDecoder::SummaryJson() const

@@ -34,6 +34,7 @@ public:
     struct Output {
         std::function<void(const std::string&)> line;          // one JSON line, no newline
         std::function<void(const _mGpsDataEx&)> position;       // after each position update
+        std::function<void(const std::string&)> note;          // a fault of the input, for people
     };
 
     // Takes over the host log for the decoder's lifetime: library traces are counted and, with
@@ -44,6 +45,8 @@ public:
     StreamDecoder& operator=(const StreamDecoder&) = delete;
 
     void Feed(const unsigned char* data, size_t len);
+    // At the end of the input: notes a frame cut off by it.
+    void Finish();
     // The final summary line; bytes of an unfinished frame at the end are not counted as one.
     std::string SummaryJson() const;
     const DecodeCounts& Counts() const { return m_counts; }
@@ -51,7 +54,8 @@ public:
 private:
     static void OnLog(int prio, const char* tag, const char* text, void* ctx);
     void HandlePiece();
-    void PrintFrame(int id);
+    void PrintFrame(int id, bool badChecksum);
+    void Note(uint64_t offset, const std::string& what);
 
     Output m_out;
     bool m_echoTrace;
@@ -59,6 +63,7 @@ private:
     CPositionMgr m_positionMgr;
     CZELKOParser m_parser;
     std::vector<unsigned char> m_piece;
+    uint64_t m_pieceOffset = 0;  // of the piece's first byte in the input
     DecodeCounts m_counts;
 };
 

@@ -2,28 +2,46 @@
 // with the library's own parser and prints one JSON line per message, one per position update
 // and a closing summary; optionally writes the track as GPX.
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "tools/common/GpxTrack.h"
+#include "tools/common/StopSignal.h"
+#include "tools/common/ToolCli.h"
 #include "tools/zelko-decode/ByteSource.h"
 #include "tools/zelko-decode/PositionRecord.h"
 #include "tools/zelko-decode/StreamDecoder.h"
 
 namespace {
 
-const char kUsage[] =
-    "usage: zelko-decode [--gpx FILE] [--trace] [INPUT]\n"
-    "  INPUT        capture file, serial device (opened raw, 115200 baud) or - for standard\n"
-    "               input (the default)\n"
-    "  --gpx FILE   write the decoded track as GPX\n"
-    "  --trace      copy the library's trace lines to standard error\n"
+const char kTool[] = "zelko-decode";
+// The input held no frame the parser accepted.
+const int kExitNoFrames = 3;
+
+enum OptionId { kGpx, kTrace };
+
+const ToolCommandLine kCommandLine = {
+    kTool,
+    "[INPUT]",
+    "Decodes a captured Zelko byte stream with the library's own parser.",
+    {
+        {kGpx, "gpx", "FILE", "write the decoded track as GPX"},
+        {kTrace, "trace", nullptr, "copy the library's trace lines to standard error"},
+    },
+    "INPUT is a capture file, a serial device (opened raw, 115200 baud) or - for standard input\n"
+    "(the default).\n"
     "Output: one JSON object per line: \"msg\" for every frame (id 0: refused or unknown; len:\n"
     "bytes as received, escapes included), \"pos\" after every position update, and a final\n"
-    "\"summary\". A device is read until it hangs up or SIGINT.\n";
+    "\"summary\". Refused frames and a frame cut off by the end of the input are also named on\n"
+    "standard error with their byte offset. A device is read until it hangs up; SIGINT or SIGTERM\n"
+    "ends any input early, and the summary and the GPX are still written.\n",
+    {
+        {kExitOk, "the input held frames the parser accepted"},
+        {kExitFailure, "the input could not be opened or read, or the GPX could not be written"},
+        {kExitNoFrames, "the input held no frame the parser accepted (empty, or not a Zelko stream)"},
+    },
+};
 
 struct Options {
     std::string input = "-";
@@ -31,72 +49,57 @@ struct Options {
     bool trace = false;
 };
 
-bool ParseArgs(int argc, char** argv, Options& opt)
-{
-    bool haveInput = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        if (arg == "--gpx" && i + 1 < argc) {
-            opt.gpx = argv[++i];
-        } else if (arg == "--trace") {
-            opt.trace = true;
-        } else if ((arg == "-" || arg[0] != '-') && !haveInput) {
-            opt.input = arg;
-            haveInput = true;
-        } else {
-            return false;
-        }
-    }
-    return true;
-}
-
-// Reading stops at the next interruption so that the summary and the GPX are still written.
-void OnStopSignal(int) {}
-
-void InstallStopSignals()
-{
-    struct sigaction sa {};
-    sa.sa_handler = OnStopSignal;  // no SA_RESTART: the blocked read returns
-    sigaction(SIGINT, &sa, nullptr);
-    sigaction(SIGTERM, &sa, nullptr);
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
     Options opt;
-    if (!ParseArgs(argc, argv, opt)) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+    bool haveInput = false;
+    const int parsed = ParseToolCommandLine(
+        kCommandLine, argc, argv,
+        [&](int id, const char* arg, std::string&) {
+            if (id == kGpx) opt.gpx = arg;
+            if (id == kTrace) opt.trace = true;
+            return true;
+        },
+        [&](const char* operand, std::string& why) {
+            why = "one INPUT at most";
+            if (haveInput) return false;
+            opt.input = operand;
+            return haveInput = true;
+        });
+    if (parsed >= 0) return parsed;
+
     ByteSource source;
     std::string error;
-    if (!source.Open(opt.input, error)) {
-        std::fprintf(stderr, "zelko-decode: %s\n", error.c_str());
-        return 1;
-    }
-    InstallStopSignals();
+    if (!source.Open(opt.input, error)) return ToolFail(kTool, error);
+    CatchStopSignals();
 
-    GpxTrack track{"zelko-decode", {}};
+    GpxTrack track{kTool, {}};
     StreamDecoder::Output out;
     out.line = [](const std::string& line) { std::printf("%s\n", line.c_str()); };
     out.position = [&](const _mGpsDataEx& pos) {
         std::printf("%s\n", PositionJson(pos).c_str());
         if (PositionHasFix(pos)) track.points.push_back(PositionGpxPoint(pos));
     };
+    out.note = [](const std::string& text) { ToolFail(kTool, text); };
     StreamDecoder decoder(out, opt.trace);
 
     unsigned char buf[4096];
     long n;
     while ((n = source.Read(buf, sizeof buf)) > 0) decoder.Feed(buf, static_cast<size_t>(n));
-    if (n < 0) std::fprintf(stderr, "zelko-decode: read error on %s: %s\n", opt.input.c_str(), std::strerror(errno));
+    if (n < 0) ToolFail(kTool, "read error on " + opt.input + ": " + std::strerror(errno));
+    if (StopRequested()) ToolFail(kTool, std::string("stopped by ") + StopSignalName());
+    decoder.Finish();
     std::printf("%s\n", decoder.SummaryJson().c_str());
     std::fflush(stdout);
 
-    if (!opt.gpx.empty() && !WriteGpx(opt.gpx, "zelko-decode", {track})) {
-        std::fprintf(stderr, "zelko-decode: cannot write %s\n", opt.gpx.c_str());
-        return 1;
+    if (!opt.gpx.empty() && !WriteGpx(opt.gpx, kTool, {track})) return ToolFail(kTool, "cannot write " + opt.gpx);
+    if (n < 0) return kExitFailure;
+    if (decoder.Counts().messages == 0) {
+        const std::string what = opt.input == "-" ? "standard input" : opt.input;
+        return ToolFail(kTool, "no Zelko frame in " + what + " (" + std::to_string(decoder.Counts().bytes) + " bytes)",
+                        kExitNoFrames);
     }
-    return n < 0 ? 1 : 0;
+    return kExitOk;
 }

@@ -70,7 +70,12 @@ bool OpenLink(const SimOptions& opt, Link& link, std::string& error) {
         error = Fail("cannot open", opt.device);
         return false;
     }
-    if (isatty(link.fd) && !MakeRawNonBlocking(link.fd, true)) {
+    // Anything else would read a capture as the host's commands and append frames to it.
+    if (!isatty(link.fd)) {
+        error = "cannot play on " + opt.device + ": not a terminal (--output FILE writes a capture)";
+        return false;
+    }
+    if (!MakeRawNonBlocking(link.fd, true)) {
         error = Fail("cannot configure", opt.device);
         return false;
     }

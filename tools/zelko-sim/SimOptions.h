@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/common/ToolCli.h"
+
 struct SimInterval {
     double start;
     double length;  // < 0: to the end of the run
@@ -24,7 +26,7 @@ struct SimOptions {
     int rate = 1;
     double duration = 0;  // 0: until killed
     int64_t startMs = 0;  // simulated UTC at t = 0
-    uint8_t version[3] = {2, 2, 0};
+    uint8_t version[3] = {2, 2, 0};  // the module's application version (--firmware)
     double coldStart = 5;
     int mountPitch = 0, mountRoll = 0;
     int sats = 12;
@@ -36,11 +38,12 @@ struct SimOptions {
     std::vector<SimHostBytes> host;  // by time
 };
 
-// Fills opt from argv; on failure returns false with a message in error.
-bool ParseOptions(int argc, char** argv, SimOptions& opt, std::string& error);
+// Fills opt from argv. -1 when the simulator should run, otherwise the status to exit with at
+// once (after --help or --version, or after naming a bad option on standard error).
+int ParseOptions(int argc, char** argv, SimOptions& opt);
 
 bool InAnyInterval(const std::vector<SimInterval>& list, double t);
 
-extern const char kSimUsage[];
+extern const ToolCommandLine kSimCommandLine;
 
 #endif

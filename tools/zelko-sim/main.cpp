@@ -1,11 +1,15 @@
 // zelko-sim: plays a Zelko GPS/DR module on a pseudo-terminal (or a device, or into a file)
 // so that the library can be run and tested without the hardware.
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "tools/common/StopSignal.h"
+#include "tools/common/ToolCli.h"
 #include "tools/zelko-sim/SimCommands.h"
 #include "tools/zelko-sim/SimFrames.h"
 #include "tools/zelko-sim/SimLink.h"
@@ -56,7 +60,7 @@ void Answer(Session& s, double at) {
 // Answers the host until sim time `until`.
 void Serve(Session& s, double until) {
     uint8_t buf[512];
-    for (double now = MonotonicSeconds() - s.t0; now < until; now = MonotonicSeconds() - s.t0) {
+    for (double now = MonotonicSeconds() - s.t0; now < until && !StopRequested(); now = MonotonicSeconds() - s.t0) {
         const size_t n = LinkRead(s.link, buf, sizeof buf, until - now);
         s.reader.Push(buf, n);
         Answer(s, MonotonicSeconds() - s.t0);
@@ -77,15 +81,9 @@ void PlayHost(Session& s, size_t& next, double t) {
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     SimOptions opt;
+    const int parsed = ParseOptions(argc, argv, opt);
+    if (parsed >= 0) return parsed;
     std::string error;
-    if (!ParseOptions(argc, argv, opt, error)) {
-        if (error == kSimUsage) {
-            std::fputs(kSimUsage, stdout);
-            return 0;
-        }
-        std::fprintf(stderr, "zelko-sim: %s\n%s", error.c_str(), kSimUsage);
-        return 2;
-    }
     const double period = 1.0 / opt.rate;
     Session s{opt, Link{}, ModuleState{}, HostFrameReader{},
               SimRandom(opt.seed, RandomStream::Link), ChunkPlan{opt.chunkMin, opt.chunkMax, period / 2}};
@@ -94,15 +92,11 @@ int main(int argc, char** argv) {
     SetMountAngle(s.module, opt.mountPitch, opt.mountRoll);
 
     FILE* truth = nullptr;
-    if (!opt.truth.empty() && (truth = std::fopen(opt.truth.c_str(), "w")) == nullptr) {
-        std::perror(opt.truth.c_str());
-        return 1;
-    }
+    if (!opt.truth.empty() && (truth = std::fopen(opt.truth.c_str(), "w")) == nullptr)
+        return ToolFail(kSimCommandLine.name, "cannot create " + opt.truth + ": " + std::strerror(errno));
     s.truth = truth;
-    if (!OpenLink(opt, s.link, error)) {
-        std::fprintf(stderr, "zelko-sim: %s\n", error.c_str());
-        return 1;
-    }
+    if (!OpenLink(opt, s.link, error)) return ToolFail(kSimCommandLine.name, error);
+    CatchStopSignals();
     const bool paced = s.link.kind != LinkKind::File;
     if (paced) {
         std::printf("%s\n", s.link.path.c_str());
@@ -121,7 +115,7 @@ int main(int argc, char** argv) {
         const bool vanish = opt.vanish >= 0 && t >= opt.vanish;
         if (paced) Serve(s, end ? opt.duration : vanish ? opt.vanish : t);
         if (vanish && !end) Log(opt.vanish, "vanish: closing " + s.link.path);
-        if (end || vanish) break;
+        if (end || vanish || StopRequested()) break;
         PlayHost(s, nextHost, t);
 
         const CycleState c = scenario.Next(s.module);
