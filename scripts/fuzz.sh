@@ -9,6 +9,7 @@ for src in "$root"/tests/fuzz/*.cpp; do
   name=$(basename "$src" .cpp)
   corpus="$root/build/fuzz/corpus-$name"
   mkdir -p "$corpus"
+  cp -n "$root"/tests/captures/*.bin "$corpus"/  # real streams as seeds
   echo "==== fuzz $name (${seconds}s)"
   if ! "$root/build/fuzz/$name" -max_total_time="$seconds" -print_final_stats=1 \
         -artifact_prefix="$root/build/fuzz/$name-" "$corpus" 2>"$root/build/fuzz/$name.log"; then
