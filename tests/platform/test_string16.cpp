@@ -137,7 +137,7 @@ TEST(String16, NumbersCaseNarrowingAndScanning)
     int d = 0, i = 0, used = 0;
     unsigned x = 0;
     Units word(8, E), ch(2, E);
-    EXPECT_EQ(swscanf16(W16(" -12 fF word 0x1F 7 zq"), W16("%d %x %s %i %*d%n %c"), &d, &x, word.data(), &i, &used,
+    EXPECT_EQ(swscanf16(W16(" -12 fF word 0x1F 7 zq"), W16("%d %lx %s %i %*d%n %c"), &d, &x, word.data(), &i, &used,
                         ch.data()),
               5);
     EXPECT_EQ(std::to_string(d) + " " + std::to_string(x) + " " + A(word.data()) + " " + std::to_string(i) + " " +
