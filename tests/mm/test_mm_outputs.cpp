@@ -56,6 +56,7 @@ TEST_F(MMCaller, PublicationWaitsForTheModuleAndGoesThroughTheOffsetTransform)
     // The module's fix is published only once the module sets its ready flag.
     Kind(MM_DATAKIND_ZELKO);
     EXPECT_EQ(Push(mmt::Fix(0x14, 127.0, 37.5, 0x1000)), 1);  // DR heading valid, not ready
+    EXPECT_EQ(s_mm->DoMapMatching(), 0);
     EXPECT_EQ(s_mm->GetGPSData(&copy), 1);
     EXPECT_EQ(copy.wHeading, 225);  // 22.5 degrees
     EXPECT_EQ(Published().wHeading, 1234);
@@ -193,4 +194,10 @@ TEST_F(MMCaller, FactoryModeHeadingFilterAndPassThroughRecords)
     EXPECT_EQ(low.wUnitKind, 2);
     Kind(MM_DATAKIND_GPSDATAEX);
     EXPECT_EQ(s_mm->GetZelkoLowInfo(&low), 0);
+    int count = 0;  // and every getter refuses a null record
+    EXPECT_EQ(s_mm->GetGPSTime(nullptr, 0) + s_mm->GetGPSData(nullptr) + s_mm->GetSatelData(nullptr, count) +
+                  s_mm->GetSatelCount(nullptr) + s_mm->GetGPSDRDiagnosisData(nullptr) +
+                  s_mm->GetGPSDREngineerInfo(nullptr) + s_mm->GetGPSDREngineerInfoEx(nullptr) +
+                  s_mm->GetZelkoLowInfo(nullptr),
+              0);
 }
