@@ -312,6 +312,11 @@ TEST_F(Actions, DefaultsAndLifetime)
     const _sZelkoStatusData st = Get(m, &CPositionMgr::GetZelkoStatusData);
     EXPECT_EQ(Bytes(reinterpret_cast<const unsigned char*>(&st), reinterpret_cast<const unsigned char*>(&st + 1)),
               Bytes({0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(m.SetPosData(nullptr) + m.GetPosData(nullptr) + m.GetSatelData(nullptr) + m.GetZelkoStatusData(nullptr) +
+                  m.GetZelkoSubData(nullptr) + m.GetZelkoTimeData(nullptr) + m.GetZelkoLowOutData(nullptr) +
+                  m.GetEngineeringModeData(nullptr) + m.GetEngineeringModeDataEx(nullptr) +
+                  m.GetGPSDRDiagnosisData(nullptr),
+              0);
     m.SetFactoryMode(1);
     EXPECT_EQ(m.GetFactoryMode(), 1);
     EXPECT_EQ(log.Take(), pt::Lines({"[MM-Dbg][CPositionMgr::SetFactoryMode] Factory Mode Request!!!! (1)\n"}));
