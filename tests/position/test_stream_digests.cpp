@@ -1,0 +1,19 @@
+// Every seeded random stream still gives the digest recorded for it: the stream path keeps its
+// results, traces and resets exactly (digests written by zelko-digest, see the README).
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "tools/common/ZelkoStreamDigest.h"
+
+TEST(StreamDigests, EveryRecordedStreamGivesItsDigest)
+{
+    std::ifstream recorded(GPSDR_STREAM_DIGESTS);
+    uint32_t seed;
+    uint64_t digest;
+    int streams = 0;
+    for (; recorded >> std::dec >> seed >> std::hex >> digest; ++streams) {
+        EXPECT_EQ(DigestZelkoStream(RandomZelkoStream(seed)), digest) << "seed " << seed;
+    }
+    EXPECT_EQ(streams, 2000) << GPSDR_STREAM_DIGESTS;
+}
