@@ -3,6 +3,7 @@
 #include "tools/common/ZelkoStreamDigest.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <random>
 
@@ -200,26 +201,42 @@ private:
     uint64_t m_h = 0xCBF29CE484222325ull;
 };
 
-// Copies out through a getter into a zeroed record, so padding hashes as zero.
+// A record as a getter copies it out, its result added.
 template <class T>
-void AddRecord(Digest& d, const CPositionMgr& m, int (CPositionMgr::*getter)(T*) const)
+T CopyOut(Digest& d, const CPositionMgr& m, int (CPositionMgr::*getter)(T*) const)
 {
-    T v;
-    std::memset(&v, 0, sizeof v);
+    T v{};
     d.Add((m.*getter)(&v));
-    d.Add(&v, sizeof v);
+    return v;
+}
+
+// Bytes [from, to) of a record. Padding is left out: merged stores may fill it with anything.
+void AddBytes(Digest& d, const void* record, size_t from, size_t to)
+{
+    d.Add(static_cast<const unsigned char*>(record) + from, to - from);
 }
 
 void AddState(Digest& d, CPositionMgr& m)
 {
-    AddRecord(d, m, &CPositionMgr::GetPosData);
-    AddRecord(d, m, &CPositionMgr::GetZelkoStatusData);
-    AddRecord(d, m, &CPositionMgr::GetZelkoSubData);
-    AddRecord(d, m, &CPositionMgr::GetZelkoTimeData);
-    AddRecord(d, m, &CPositionMgr::GetZelkoLowOutData);
-    AddRecord(d, m, &CPositionMgr::GetEngineeringModeData);
-    AddRecord(d, m, &CPositionMgr::GetEngineeringModeDataEx);
-    AddRecord(d, m, &CPositionMgr::GetGPSDRDiagnosisData);
+    const _mGpsDataEx pos = CopyOut(d, m, &CPositionMgr::GetPosData);
+    d.Add(&pos, sizeof pos);
+    const _sZelkoStatusData status = CopyOut(d, m, &CPositionMgr::GetZelkoStatusData);
+    d.Add(&status, sizeof status);
+    const _sZelkoSubData sub = CopyOut(d, m, &CPositionMgr::GetZelkoSubData);
+    AddBytes(d, &sub, 0, offsetof(_sZelkoSubData, ucDRFlag) + 1);
+    const _sZelkoTimeData time = CopyOut(d, m, &CPositionMgr::GetZelkoTimeData);
+    AddBytes(d, &time, 0, offsetof(_sZelkoTimeData, ucSecond) + 1);
+    const _mZelkoLowDataInfo low = CopyOut(d, m, &CPositionMgr::GetZelkoLowOutData);
+    AddBytes(d, &low, 0, offsetof(_mZelkoLowDataInfo, ucSecond) + 1);
+    const _mGPSDREngineerInfo eng = CopyOut(d, m, &CPositionMgr::GetEngineeringModeData);
+    AddBytes(d, &eng, 0, offsetof(_mGPSDREngineerInfo, ucProductVer2) + 1);
+    AddBytes(d, &eng, offsetof(_mGPSDREngineerInfo, wProductVer3), sizeof eng - 2);
+    static_assert(offsetof(_mGPSDREngineerInfo, wDRValueTail) == sizeof(_mGPSDREngineerInfo) - 4, "");
+    const _mGPSDREngineerInfoEx engEx = CopyOut(d, m, &CPositionMgr::GetEngineeringModeDataEx);
+    d.Add(engEx.sGyroHeading);
+    d.Add(engEx.lGyroRate);
+    const _mGPSDRDiagnosis diagnosis = CopyOut(d, m, &CPositionMgr::GetGPSDRDiagnosisData);
+    d.Add(diagnosis.wEventLevels);
     _mSatelView sats[CPositionMgr::SATEL_TABLE_SIZE];
     d.Add(m.GetSatelData(sats));
     d.Add(sats, sizeof sats);
