@@ -64,7 +64,7 @@ Bytes RandomLogicalFrame(Random& r)
     const uint16_t code = static_cast<uint16_t>(k.code << 8 | k.sub);
     switch (code) {
     case 0x1001: case 0x1002: case 0x1003:
-        if (r.Chance(30)) std::copy_n("\x70\x60", 3, f.begin() + 3);  // the mount-angle command accepted
+        if (r.Chance(30) && len >= 8) std::copy_n("\x70\x60", 3, f.begin() + 3);  // mount-angle command accepted
         break;
     case 0x1101:
         if (r.Chance(60)) {  // around the version that has mount-angle calibration
