@@ -121,6 +121,9 @@ TEST(ZelkoTools, CommandLineAndInputFaultsAreNamed)
         {{"zelko-sim", "--version"}, 0, "zelko-sim ", ""},
         {{"zelko-sim", "--rate", "11"}, 2, "", "zelko-sim: bad value for --rate: '11'\n"},
         {{"zelko-sim", "--device", noise, "--duration", "1"}, 1, "", "cannot play on " + noise + ": not a terminal"},
+        {{"zelko-mon", "--help"}, 0, "usage: zelko-mon [options] DEVICE\n", ""},
+        {{"zelko-mon"}, 2, "", "zelko-mon: no DEVICE given"},
+        {{"zelko-mon", "/nonexistent/tty"}, 1, "", "zelko-mon: cannot open /nonexistent/tty at 115200 baud\n"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.command.back());

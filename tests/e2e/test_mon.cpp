@@ -124,14 +124,4 @@ TEST(ZelkoMon, ShowsTheModuleSendsItsCommandsAndSurvivesItsLoss)
     EXPECT_EQ(tooltest::ReadText(base + ".after"), tooltest::ReadText(base + ".before"));
 }
 
-TEST(ZelkoMon, CommandLine)
-{
-    const tooltest::RunResult help = tooltest::Run("zelko-mon", {"--help"});
-    EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.out.find("usage: zelko-mon"), std::string::npos);
-    EXPECT_EQ(tooltest::Run("zelko-mon", {"--version"}).out, "zelko-mon 1.0.0\n");
-    EXPECT_EQ(tooltest::Run("zelko-mon", {}).status, 2);
-    EXPECT_EQ(tooltest::Run("zelko-mon", {"/nonexistent/tty"}).status, 1);
-}
-
 }  // namespace

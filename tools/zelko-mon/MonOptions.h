@@ -4,20 +4,14 @@
 
 #include <string>
 
-extern const char kMonUsage[];
-extern const char kMonVersion[];
-
-// Exit codes, as --help documents them.
-enum MonExit { kExitQuit = 0, kExitFailed = 1, kExitUsage = 2, kExitSignalBase = 128 };
+extern const char kMonTool[];
 
 struct MonOptions {
     std::string device;
     unsigned long baud = 115200;
-    bool help = false;
-    bool version = false;
 };
 
-// False with the reason in error.
-bool ParseMonOptions(int argc, char** argv, MonOptions& opt, std::string& error);
+// -1 when the monitor should run; otherwise the status main returns at once (ToolCli.h).
+int ParseMonOptions(int argc, char** argv, MonOptions& opt);
 
 #endif

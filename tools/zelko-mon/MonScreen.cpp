@@ -153,8 +153,10 @@ void DrawBottom(int y, int w, const MonSnapshot& s, const MonUi& ui)
 
 bool MonScreen::Open()
 {
-    if (!initscr()) return false;
-    m_open = true;
+    // newterm rather than initscr, which would end the process on an unknown terminal.
+    m_screen = newterm(nullptr, stdout, stdin);
+    if (!m_screen) return false;
+    set_term(m_screen);
     cbreak();  // keeps Ctrl-C a signal
     noecho();
     keypad(stdscr, TRUE);
@@ -165,8 +167,10 @@ bool MonScreen::Open()
 
 void MonScreen::Close()
 {
-    if (m_open) endwin();
-    m_open = false;
+    if (!m_screen) return;
+    endwin();
+    delscreen(m_screen);
+    m_screen = nullptr;
 }
 
 void MonScreen::Draw(const MonSnapshot& s, const MonUi& ui)

@@ -3,6 +3,8 @@
 #ifndef GPSDR_TOOLS_ZELKO_MON_MONSCREEN_H
 #define GPSDR_TOOLS_ZELKO_MON_MONSCREEN_H
 
+#include <curses.h>
+
 #include <string>
 
 #include "tools/zelko-mon/MonSession.h"
@@ -30,7 +32,7 @@ public:
     int Key(int waitMs);
 
 private:
-    bool m_open = false;
+    SCREEN* m_screen = nullptr;
 };
 
 #endif

@@ -2,10 +2,11 @@
 // manager, with the module's start-up queries, resets and mount-angle calibration at a key.
 #include <curses.h>
 
-#include <csignal>
 #include <cstdio>
 #include <string>
 
+#include "tools/common/StopSignal.h"
+#include "tools/common/ToolCli.h"
 #include "tools/zelko-mon/MonOptions.h"
 #include "tools/zelko-mon/MonScreen.h"
 #include "tools/zelko-mon/MonSession.h"
@@ -16,17 +17,6 @@ namespace {
 const int kRefreshMs = 100;
 const int kEscape = 27;
 const int kMaxPitch = 90, kMaxRoll = 180;
-
-volatile std::sig_atomic_t g_signal = 0;
-
-void OnSignal(int signo) { g_signal = signo; }
-
-void CatchSignals()
-{
-    struct sigaction sa = {};
-    sa.sa_handler = OnSignal;  // no SA_RESTART: a signal ends the wait for a key
-    for (int signo : {SIGINT, SIGTERM, SIGHUP}) sigaction(signo, &sa, nullptr);
-}
 
 void SendMountAngle(MonSession& session, MonUi& ui)
 {
@@ -79,29 +69,17 @@ bool CommandKey(int key, MonSession& session, MonUi& ui)
 int main(int argc, char** argv)
 {
     MonOptions opt;
-    std::string error;
-    if (!ParseMonOptions(argc, argv, opt, error)) {
-        std::fprintf(stderr, "zelko-mon: %s\n%s", error.c_str(), kMonUsage);
-        return kExitUsage;
-    }
-    if (opt.help || opt.version) {
-        std::fputs(opt.help ? kMonUsage : kMonVersion, stdout);
-        return kExitQuit;
-    }
-    CatchSignals();
+    const int parsed = ParseMonOptions(argc, argv, opt);
+    if (parsed >= 0) return parsed;
+    CatchStopSignals();
     MonSession session;
-    if (!session.Start(opt.device, opt.baud, error)) {
-        std::fprintf(stderr, "zelko-mon: %s\n", error.c_str());
-        return kExitFailed;
-    }
+    std::string error;
+    if (!session.Start(opt.device, opt.baud, error)) return ToolFail(kMonTool, error);
     MonScreen screen;
-    if (!screen.Open()) {
-        std::fprintf(stderr, "zelko-mon: the terminal cannot be used (is TERM set?)\n");
-        return kExitFailed;
-    }
+    if (!screen.Open()) return ToolFail(kMonTool, "the terminal cannot be used (is TERM set?)");
     MonUi ui;
     ui.device = opt.device;
-    for (bool run = true; run && !g_signal;) {
+    for (bool run = true; run && !StopRequested();) {
         screen.Draw(session.Snapshot(), ui);
         const int key = screen.Key(kRefreshMs);
         if (key < 0) continue;
@@ -113,5 +91,5 @@ int main(int argc, char** argv)
     // The terminal first: stopping the library takes its fixed waits.
     screen.Close();
     session.Stop();
-    return g_signal ? kExitSignalBase + g_signal : kExitQuit;
+    return kExitOk;
 }

@@ -146,7 +146,7 @@ extern const ToolCommandLine kSimCommandLine = {
     {
         {kDevice, "device", "PATH", "play on this terminal device instead of a new pseudo-terminal"},
         {kOutput, "output", "FILE", "write the stream to FILE as fast as possible (needs --duration)"},
-        {kTruth, "truth", "FILE", "write the played ground truth, one JSON line per cycle"},
+        {kTruth, "truth", "FILE", "write the played ground truth, one JSON line per cycle and per command received"},
         {kRate, "rate", "HZ", "cycles per second, 1..10 (1)"},
         {kDuration, "duration", "S", "seconds to play, 0 = until stopped (0)"},
         {kStart, "start", "YYYYMMDDhhmmss", "simulated UTC at the start (20240315093000)"},
