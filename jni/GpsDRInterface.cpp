@@ -4,7 +4,6 @@
 #include <mutex>
 #include <shared_mutex>
 
-#include "jni/SelectSleep.h"
 #include "module/MM/MM.h"
 #include "platform/mString16.h"
 #include "platform/mTrace.h"
@@ -76,7 +75,7 @@ int GpsDRInterface::EndOnlyGpsDRModule()
 {
     StopUpdateThread();
     // Lets the update thread finish its cycle and detach from the VM before the manager goes.
-    SleepOneSecond();
+    mSleepMs(1000);
     Destroy();
     return 1;
 }

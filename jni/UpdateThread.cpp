@@ -2,7 +2,6 @@
 
 #include "jni/GpsDRInterface.h"
 #include "jni/NativeCall.h"
-#include "jni/SelectSleep.h"
 #include "jni/UpdateCycle.h"
 #include "platform/mString16.h"
 #include "platform/mThread.h"
@@ -32,7 +31,7 @@ void* UpdateThread(void* arg)
         // Sent every cycle, fix or not; the callback itself stays silent unless started.
         Call_Java_NativeCall_SendGISInfo(args.lat, args.lon, args.alt, args.a, args.b, args.heading,
                                          args.reserved, args.time);
-        SleepOneSecond();
+        mSleepMs(1000);
     }
     VMdetachingThread();
     return nullptr;

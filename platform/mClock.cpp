@@ -1,6 +1,7 @@
-// Wall-clock readings.
+// Wall-clock readings and the fixed waits.
 #include "platform/mThread.h"
 
+#include <sys/select.h>
 #include <sys/time.h>
 
 #include <ctime>
@@ -9,11 +10,8 @@ namespace {
 
 tm LocalNow()
 {
-    timeval now;
-    gettimeofday(&now, nullptr);
-    const time_t secs = now.tv_sec;
     tm local{};
-    localtime_r(&secs, &local);
+    mGetLocalTime(&local);
     return local;
 }
 
@@ -37,4 +35,20 @@ unsigned long mGetCurrentDate(void)
 {
     const tm t = LocalNow();
     return static_cast<unsigned long>((t.tm_year + 1900) * 10000 + (t.tm_mon + 1) * 100 + t.tm_mday);
+}
+
+int mGetLocalTime(struct tm* out)
+{
+    timeval now;
+    if (!out || gettimeofday(&now, nullptr) != 0) return 0;
+    const time_t secs = now.tv_sec;
+    return localtime_r(&secs, out) ? 1 : 0;
+}
+
+void mSleepMs(uint32_t ms)
+{
+    timeval tv;
+    tv.tv_sec = static_cast<time_t>(ms / 1000);
+    tv.tv_usec = static_cast<suseconds_t>((ms % 1000) * 1000);
+    select(0, nullptr, nullptr, nullptr, &tv);
 }

@@ -72,8 +72,13 @@ int mSyncTrylock(void* h);
 void mSyncDestroy(void* h);
 
 // ---------------------------------------------------------------- clocks
+struct tm;
+
 uint32_t mGetMilisec(void);      // wall clock in ms, wrapping at 32 bits
 unsigned long mGetCurrentTime(void);  // local HHMMSS00
 unsigned long mGetCurrentDate(void);  // local YYYYMMDD
+int mGetLocalTime(struct tm* out);    // the wall clock as local time; 0 when it cannot be read
+// The fixed waits of the manager and the facade: a select() with no descriptors.
+void mSleepMs(uint32_t ms);
 
 #endif

@@ -57,7 +57,7 @@ CMM::CMM()
       m_sRoll(360),
       m_szUserDataPath(),
       m_pPositionMgr(nullptr),
-      m_ucPortState(0),
+      m_ucPortState(PORTSTATE_INITIAL),
       m_dwStateTick(0),
       m_dwReadErrStandard(5000),
       m_dwDataHandle(0),
@@ -145,13 +145,13 @@ int CMM::DestroyAllThread()
 
     // Threads are detached and the join above returns at once: this fixed wait is what lets
     // both loops see the flags and end.
-    MMSleepMs(1000);
+    mSleepMs(1000);
     // A thread held up past that wait (a slow host, a sanitizer) must still be gone before
     // the event, the position manager and the locks are freed.
     for (uint32_t waited = 0;
          m_nLiveThreads.load(std::memory_order_acquire) > 0 && waited < kThreadExitDeadlineMs;
          waited += kThreadExitPollMs) {
-        MMSleepMs(kThreadExitPollMs);
+        mSleepMs(kThreadExitPollMs);
     }
 
     mEventDestroy(m_hMatchEvent);

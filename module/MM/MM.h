@@ -194,6 +194,14 @@ private:
     CPositionMgr* m_pPositionMgr;
 
     // ---- serial link
+    // Where the port is in its life; CheckSerialPortError turns it into an MM_PORT_* code.
+    enum : uint8_t {
+        PORTSTATE_INITIAL = 0,
+        PORTSTATE_OPENING = 1,
+        PORTSTATE_OPENED = 2,     // waiting for the first bytes
+        PORTSTATE_RECEIVING = 3,  // bytes have arrived
+        PORTSTATE_CLOSED = 4,
+    };
     MMRelaxed<uint8_t> m_ucPortState;
     MMRelaxed<uint32_t> m_dwStateTick;
     MMRelaxed<uint32_t> m_dwReadErrStandard;

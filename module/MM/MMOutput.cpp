@@ -3,8 +3,6 @@
 //
 // Every read of the position manager copies under the data lock, also where the copy once ran
 // unguarded: the data thread writes those records while it parses.
-#include <sys/time.h>
-
 #include <cstring>
 #include <ctime>
 
@@ -114,11 +112,8 @@ int CMM::GetCurTimeString(unsigned short* text, int /*reserved*/)
     if (!text) return 0;
     _SYSTEMTIME st = {};
     if (!GetGPSTime(&st, 0)) {
-        timeval tv;
-        if (gettimeofday(&tv, nullptr) != 0) return 0;
-        const time_t seconds = tv.tv_sec;
         tm t = {};
-        localtime_r(&seconds, &t);
+        if (!mGetLocalTime(&t)) return 0;
         st.wYear = static_cast<uint16_t>(t.tm_year + 1900);
         st.wMonth = static_cast<uint16_t>(t.tm_mon + 1);
         st.wDay = static_cast<uint16_t>(t.tm_mday);

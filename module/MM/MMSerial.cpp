@@ -153,7 +153,7 @@ int CMM::CloseSerialPort()
         m_nDataFd = -1;
         m_dwDataHandle = 0;
     }
-    m_ucPortState = 4;
+    m_ucPortState = PORTSTATE_CLOSED;
     return 1;
 }
 
@@ -171,7 +171,7 @@ int CMM::GetDataUpdate()
     if (fd >= 0 && fd == waited && room > 0) {
         const ssize_t n = read(fd, m_ucReadBuf + m_dwReadFill, room);
         if (n > 0) {
-            m_ucPortState = 3;
+            m_ucPortState = PORTSTATE_RECEIVING;
             m_dwStateTick = mGetMilisec();
             if (!m_bPause) {
                 SetPosData(reinterpret_cast<char*>(m_ucReadBuf), static_cast<unsigned short>(n));
@@ -208,13 +208,13 @@ int CMM::CheckSerialPortError()
     const uint32_t elapsed = mGetMilisec() - tick;
     const uint32_t standard = m_dwReadErrStandard;
 
-    if (state == 1) return MM_PORT_OPENING;
-    if (state == 2) return elapsed > standard ? MM_PORT_NO_DATA : MM_PORT_OK;
-    if (state == 3) {
+    if (state == PORTSTATE_OPENING) return MM_PORT_OPENING;
+    if (state == PORTSTATE_OPENED) return elapsed > standard ? MM_PORT_NO_DATA : MM_PORT_OK;
+    if (state == PORTSTATE_RECEIVING) {
         if (m_bPause) return MM_PORT_PAUSED;
         return tick != 0 && elapsed > standard ? MM_PORT_DATA_STOPPED : MM_PORT_OK;
     }
-    return MM_PORT_CLOSED;  // 0 (never opened) or 4 (closed)
+    return MM_PORT_CLOSED;  // never opened, or closed
 }
 
 uint32_t CMM::GetDataHandle()

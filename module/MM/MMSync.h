@@ -1,4 +1,4 @@
-// Lock and sleep helpers shared by the manager's source files (not part of the interface).
+// Lock helpers shared by the manager's source files (not part of the interface).
 #ifndef GPSDR_MM_MMSYNC_H
 #define GPSDR_MM_MMSYNC_H
 
@@ -28,8 +28,5 @@ public:
 private:
     mCSyncObject* m_sync;
 };
-
-// The manager's fixed waits: a select with no descriptors.
-void MMSleepMs(uint32_t ms);
 
 #endif

@@ -1,19 +1,9 @@
 // The data thread (serial reads, session upkeep) and the matching thread (publication), and
 // the operations that start, pause and stop them.
-#include <sys/select.h>
-
 #include "module/MM/MM.h"
 #include "module/MM/MMSync.h"
 #include "platform/mString16.h"
 #include "platform/mTrace.h"
-
-void MMSleepMs(uint32_t ms)
-{
-    timeval tv;
-    tv.tv_sec = static_cast<time_t>(ms / 1000);
-    tv.tv_usec = static_cast<suseconds_t>((ms % 1000) * 1000);
-    select(0, nullptr, nullptr, nullptr, &tv);
-}
 
 int CMM::CreateDataThread(unsigned short* deviceName, unsigned long baud, unsigned char byteSize,
                           unsigned char parity, unsigned char stopBits, short pitch, short roll)
@@ -36,13 +26,13 @@ int CMM::CreateDataThread(unsigned short* deviceName, unsigned long baud, unsign
         }
     }
 
-    m_ucPortState = 1;
+    m_ucPortState = PORTSTATE_OPENING;
     if (!OpenSerialPort(deviceName, baud, byteSize, parity, stopBits)) return 0;
     if (!StartDataThread()) {
         CloseSerialPort();
         return 0;
     }
-    m_ucPortState = 2;
+    m_ucPortState = PORTSTATE_OPENED;
     m_dwStateTick = mGetMilisec();
     return 1;
 }
@@ -84,7 +74,7 @@ int CMM::StopDataThread()
 int CMM::PauseDataThread(char pause)
 {
     m_bPause = static_cast<uint8_t>(pause);
-    if (m_ucPortState == 3) m_dwStateTick = mGetMilisec();
+    if (m_ucPortState == PORTSTATE_RECEIVING) m_dwStateTick = mGetMilisec();
     mTraceW(W16("[LIB_DBG][CMM::PauseDataThread] Pause Data Thread!! (%d)\n"), static_cast<int>(pause));
     return 1;
 }
@@ -99,7 +89,7 @@ void* DataThread(void* arg)
             mm->GetDataUpdate();
             if (g_dwDataThreadLifeTick.load(std::memory_order_relaxed) % 10 == 0) mm->SetDataUpdate();
             // Also the pacing when the device has vanished and every read fails at once.
-            MMSleepMs(mm->m_dwDataSleepTime);
+            mSleepMs(mm->m_dwDataSleepTime);
             g_dwDataThreadLifeTick.fetch_add(1, std::memory_order_relaxed);
         } while (mm->m_bDestroy != 1 && mm->m_bRunDataThread != 0);
     }
