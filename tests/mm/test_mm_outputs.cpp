@@ -1,4 +1,6 @@
 // Inputs pushed in by a caller, the matching step, and the read operations.
+#include <sys/time.h>
+
 #include <cmath>
 #include <cstring>
 
@@ -107,25 +109,41 @@ TEST_F(MMCaller, ModuleTimeRecordTimeAndDeviceClock)
     EXPECT_EQ(s_mm->GetCurTimeString(text, 0), 1);
     EXPECT_EQ(Text(), "20240315_123456");
 
-    // Other kinds read the record's date and time as a calendar date: a Friday.
+    // Other kinds read the record's date and time as a calendar date, rolled over alike on every
+    // target past 2038: a Friday; a second 60 that ends the year 2040.
     Kind(MM_DATAKIND_GPSDATAEX);
     _mGpsDataEx rec = Record(0.0, 0.0);
-    Push(rec);
-    EXPECT_EQ(s_mm->GetGPSTime(&st, 0), 1);
-    const _SYSTEMTIME fromRecord = {2024, 3, 5, 15, 12, 34, 56, 0};
-    EXPECT_EQ(std::memcmp(&st, &fromRecord, sizeof st), 0);
+    const struct {
+        int32_t date, time;
+        _SYSTEMTIME st;
+    } dates[] = {{150324, 123456000, {2024, 3, 5, 15, 12, 34, 56, 0}}, {311240, 235960000, {2041, 1, 2, 1, 0, 0, 0, 0}}};
+    for (const auto& d : dates) {
+        rec.lDate = d.date, rec.lTime = d.time;
+        Push(rec);
+        EXPECT_EQ(s_mm->GetGPSTime(&st, 0), 1);
+        EXPECT_EQ(std::memcmp(&st, &d.st, sizeof st), 0) << d.date;
+    }
     rec.lDate = 0;
     Push(rec);
     EXPECT_EQ(s_mm->GetGPSTime(&st, 0), 0);
 
-    // The device clock needs no position data.
-    const time_t now = time(nullptr);
-    EXPECT_EQ(s_mm->GetGPSLocalTime(&st), 1);
-    tm local = {};
-    localtime_r(&now, &local);
-    EXPECT_EQ(st.wYear * 10000 + st.wMonth * 100 + st.wDay,
-              (local.tm_year + 1900) * 10000 + (local.tm_mon + 1) * 100 + local.tm_mday);
-    EXPECT_EQ(st.wDayOfWeek, local.tm_wday);
+    // The device clock needs no position data and gives the device's own local time, in a zone
+    // where daylight saving is always in effect.
+    setenv("TZ", "XST-10XDT,0/0,J365/25", 1);
+    tzset();
+    timeval t0{}, t1{1, 0};
+    int got = 0;
+    while (t0.tv_sec != t1.tv_sec)  // read within one second
+        gettimeofday(&t0, nullptr), got = s_mm->GetGPSLocalTime(&st), gettimeofday(&t1, nullptr);
+    const time_t at = t0.tv_sec;
+    char want[32], have[64];
+    strftime(want, sizeof want, "%Y%m%d %w %H%M%S", localtime(&at));
+    snprintf(have, sizeof have, "%04d%02d%02d %d %02d%02d%02d", st.wYear, st.wMonth, st.wDay, st.wDayOfWeek, st.wHour,
+             st.wMinute, st.wSecond);
+    EXPECT_EQ(got, 1);
+    EXPECT_STREQ(have, want);
+    setenv("TZ", "UTC", 1);
+    tzset();
 }
 
 TEST_F(MMCaller, SatelliteCopyRules)
