@@ -32,10 +32,13 @@ CMM* GpsDRInterface::LiveManager() const
     return m_ulMMGeneration == g_managerGeneration ? m_pMM : nullptr;
 }
 
-bool GpsDRInterface::LostManager() const
+bool GpsDRInterface::LeaveLostManager()
 {
-    std::shared_lock<std::shared_mutex> hold(g_managerGuard);
-    return m_pMM && !LiveManager();
+    std::unique_lock<std::shared_mutex> hold(g_managerGuard);
+    if (!m_pMM || LiveManager()) return false;
+    mTHREAD self = mThreadSelf();
+    m_hUpdateThread.compare_exchange_strong(self, 0, kRelaxed);
+    return true;
 }
 
 template <typename R, typename Op>
@@ -51,7 +54,7 @@ R GpsDRInterface::WithManager(R without, Op op)
 int GpsDRInterface::Initialize(unsigned short mode)
 {
     std::unique_lock<std::shared_mutex> hold(g_managerGuard);
-    if (LiveManager()) return 1;
+    if (m_pMM) return 1;
     CMM* mm = CMM::GetInstance();
     if (!mm) return 0;
     m_pMM = mm;
@@ -61,7 +64,10 @@ int GpsDRInterface::Initialize(unsigned short mode)
 
 int GpsDRInterface::StartOnlyGpsDRModule()
 {
-    if (WithManager(false, [](CMM&) { return true; })) return 0;
+    {
+        std::shared_lock<std::shared_mutex> hold(g_managerGuard);
+        if (m_pMM) return 0;
+    }
     if (!Initialize(1)) return 0;
     SetParam(MM_PARAM_DATATYPE, MM_DATAKIND_ZELKO);
     unsigned short name[16] = {};
@@ -87,8 +93,8 @@ int GpsDRInterface::Destroy()
         mm->Destroy();
         CMM::FreeInstance();
         ++g_managerGeneration;
-        m_pMM = nullptr;
     }
+    m_pMM = nullptr;  // one another facade has freed is only let go of
     return 1;
 }
 
@@ -96,10 +102,16 @@ int GpsDRInterface::Destroy()
 
 int GpsDRInterface::CreateUpdateOnlyThread()
 {
-    if (!m_hUpdateThread) {
+    if (!m_hUpdateThread.load(kRelaxed)) {
         m_ucUpdateRun.store(1, kRelaxed);
-        m_hUpdateThread = mThreadCreate(reinterpret_cast<void*>(&UpdateThread), this);
-        if (!m_hUpdateThread) {
+        mTHREAD created;
+        {
+            // The handle is in place before the new thread could give it up (under this guard).
+            std::unique_lock<std::shared_mutex> hold(g_managerGuard);
+            created = mThreadCreate(reinterpret_cast<void*>(&UpdateThread), this);
+            m_hUpdateThread.store(created, kRelaxed);
+        }
+        if (!created) {
             m_ucUpdateRun.store(0, kRelaxed);
             // The manager's prefixes, as the service's log filters expect.
             mTraceW(W16("[MM-Err][CMM::Initialize] UpdateThread Create Fail\n"));
@@ -124,10 +136,9 @@ int GpsDRInterface::StartUpdateThread()
 int GpsDRInterface::DestroyUpdateThread()
 {
     m_ucUpdateRun.store(0, kRelaxed);
-    if (m_hUpdateThread) {
-        mThreadJoin(m_hUpdateThread);
-        mThreadClose(m_hUpdateThread);
-        m_hUpdateThread = 0;
+    if (const mTHREAD thread = m_hUpdateThread.exchange(0, kRelaxed)) {
+        mThreadJoin(thread);
+        mThreadClose(thread);
     }
     return 1;
 }

@@ -3,8 +3,9 @@
 // the position to Java, and forwards everything else to the manager CMM.
 //
 // Several facades may hold the one CMM singleton (the Java bridge makes a new facade on every
-// start). When one of them frees the manager the others lose it: from then on they behave as
-// facades without a manager, and their update threads end at their next cycle. This only works
+// start). When one of them frees the manager the others lose it: they never touch it again and
+// answer as facades without a manager, yet still hold it (a start returns 0, Initialize 1) until
+// their Destroy lets go of it; their update threads end at their next cycle. This only works
 // when the manager is freed through a facade, never by calling CMM::FreeInstance directly.
 #ifndef GPSDR_JNI_GPSDRINTERFACE_H
 #define GPSDR_JNI_GPSDRINTERFACE_H
@@ -68,10 +69,12 @@ private:
     template <typename R, typename Op>
     R WithManager(R without, Op op);
     CMM* LiveManager() const;  // the held manager if still alive; caller holds the guard
-    bool LostManager() const;  // a manager was held and another facade has freed it
+    // For the update thread: true when another facade has freed the manager; the calling thread
+    // then gives up its handle, so that a later start makes a new one.
+    bool LeaveLostManager();
 
     CMM* m_pMM;
-    mTHREAD m_hUpdateThread;
+    std::atomic<mTHREAD> m_hUpdateThread;  // also cleared by an update thread that leaves
     std::atomic<uint8_t> m_ucUpdateRun;  // read by the update thread every cycle
     uint32_t m_ulMMGeneration;           // which manager lifetime m_pMM belongs to
 };

@@ -22,7 +22,7 @@ void* UpdateThread(void* arg)
         dr->GetGPSInfo(&info, 0);
         // Another facade has freed the manager: what was just read is empty, and once the
         // module is started again it would run as a second, blank stream beside the new one.
-        if (dr->LostManager()) break;
+        if (dr->LeaveLostManager()) break;
 
         SendGISArgs args = MakeSendGISArgs(pos, info);
         // %lu prints the coordinates as unsigned 32-bit values, west and south included.

@@ -48,6 +48,11 @@ mTHREAD mThreadCreate(void* routine, void* arg)
     return AsHandle(id);
 }
 
+mTHREAD mThreadSelf(void)
+{
+    return AsHandle(pthread_self());
+}
+
 mTHREAD mThreadCreateWithStackSize(void* routine, void* arg, unsigned long stackSize)
 {
     pthread_attr_t attr;

@@ -18,6 +18,7 @@ mTHREAD mThreadCreate(void* routine, void* arg);
 mTHREAD mThreadCreateWithStackSize(void* routine, void* arg, unsigned long stackSize);
 mTHREAD mThreadCreateWithPriority(void* routine, void* arg, int priority);
 int mSetThreadName(const char* name);
+mTHREAD mThreadSelf(void);  // the calling thread's handle, as its creator got it
 
 void mThreadJoin(mTHREAD thread);
 void mThreadClose(mTHREAD thread);

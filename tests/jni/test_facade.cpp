@@ -109,7 +109,6 @@ void ExpectNoManagerAnswers(GpsDRInterface& dr)
         {0, [&] { return dr.GetCarPos(&pos); }},
         {0, [&] { return dr.GetSatelInfo(&sats); }},
         {1, [&] { return dr.Destroy(); }},
-        {1, [&] { return dr.StopUpdateThread(); }},
     };
     for (size_t i = 0; i < answers.size(); ++i) EXPECT_EQ(answers[i].first, answers[i].second()) << "row " << i;
     EXPECT_EQ(7, command);
@@ -200,8 +199,8 @@ TEST(Facade, UpdateThreadTracesThePublishedPositionEverySecondUntilStopped)
 }
 
 // Two facades share the singleton, as after two starts from Java. When one frees it, the other
-// must neither touch the freed manager nor take the next one for its own, and its update
-// thread must end rather than go on sending empty positions.
+// must neither touch the freed manager nor start a driver of its own, and its update thread must
+// end rather than go on sending empty positions.
 TEST(Facade, AFacadeWhoseManagerWasFreedByAnotherLetsGoOfIt)
 {
     static GpsDRInterface orphan;
@@ -220,16 +219,22 @@ TEST(Facade, AFacadeWhoseManagerWasFreedByAnotherLetsGoOfIt)
     EXPECT_EQ(cycles, log.Count(kCycle));
     EXPECT_EQ(0, log.Count("[LIB_DBG] call sendGISInfo (0,0)"));
 
-    // A new manager belongs to whoever takes it, not to the facade that lost the old one.
+    // It still holds the lost manager: no second driver, and the next manager is not its own.
     ASSERT_EQ(1, next.Initialize(1));
-    ExpectNoManagerAnswers(orphan);
+    EXPECT_EQ(1, orphan.Initialize(1));
+    EXPECT_EQ(0, orphan.StartOnlyGpsDRModule());
+    ExpectNoManagerAnswers(orphan);  // its Destroy lets go of the lost one
     EXPECT_EQ(1, next.GetParam(16));
 
-    // Taking a manager again makes it an ordinary facade.
+    // Then it is an ordinary facade, update thread included.
     ASSERT_EQ(1, orphan.Initialize(1));
     EXPECT_EQ(1, orphan.GetParam(16));
+    EXPECT_EQ(1, orphan.CreateUpdateOnlyThread());
+    EXPECT_TRUE(WaitUntil([] { return UpdateThreads() == 1; }));
+    EXPECT_EQ(1, orphan.StopUpdateThread());
     EXPECT_EQ(1, orphan.Destroy());
     EXPECT_EQ(-1, next.GetParam(16));
+    EXPECT_TRUE(WaitUntil([] { return UpdateThreads() == 0; }));
 }
 
 }  // namespace
