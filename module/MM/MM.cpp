@@ -44,7 +44,8 @@ CMM::CMM()
       m_bDestroy(0),
       m_hDataThread(0),
       m_hMatchThread(0),
-      m_nLiveThreads(0),
+      m_nLiveDataThreads(0),
+      m_nLiveMatchThreads(0),
       m_nWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       m_lMMSubParam(),
       m_ucDataKind(MM_DATAKIND_ZELKO),
@@ -119,10 +120,10 @@ int CMM::Initialize(unsigned char dataKind, unsigned short /*reserved*/)
 
     if (m_hMatchThread) return 1;
     mTraceA("{mThreadCreate} FileName %s, Fuction %s, line %d \n", "module/MM/MM", "Initialize", 265);
-    m_nLiveThreads.fetch_add(1, std::memory_order_relaxed);
+    m_nLiveMatchThreads.fetch_add(1, std::memory_order_relaxed);
     m_hMatchThread = mThreadCreate(reinterpret_cast<void*>(&MatchingThread), this);
     if (!m_hMatchThread) {
-        m_nLiveThreads.fetch_sub(1, std::memory_order_relaxed);
+        m_nLiveMatchThreads.fetch_sub(1, std::memory_order_relaxed);
         mTraceW(W16("[MM-Err][CMM::Initialize] MatchingThread Create Fail\n"));
         return 0;
     }
@@ -148,11 +149,8 @@ int CMM::DestroyAllThread()
     mSleepMs(1000);
     // A thread held up past that wait (a slow host, a sanitizer) must still be gone before
     // the event, the position manager and the locks are freed.
-    for (uint32_t waited = 0;
-         m_nLiveThreads.load(std::memory_order_acquire) > 0 && waited < kThreadExitDeadlineMs;
-         waited += kThreadExitPollMs) {
-        mSleepMs(kThreadExitPollMs);
-    }
+    AwaitThreadsLeft(m_nLiveDataThreads);
+    AwaitThreadsLeft(m_nLiveMatchThreads);
 
     mEventDestroy(m_hMatchEvent);
     m_hMatchEvent = nullptr;
@@ -171,7 +169,15 @@ int CMM::Destroy()
     return 1;
 }
 
-void CMM::ThreadLeft()
+void CMM::ThreadLeft(std::atomic<int32_t>& live)
 {
-    m_nLiveThreads.fetch_sub(1, std::memory_order_release);
+    live.fetch_sub(1, std::memory_order_release);
+}
+
+void CMM::AwaitThreadsLeft(const std::atomic<int32_t>& live)
+{
+    for (uint32_t waited = 0; live.load(std::memory_order_acquire) > 0 && waited < kThreadExitDeadlineMs;
+         waited += kThreadExitPollMs) {
+        mSleepMs(kThreadExitPollMs);
+    }
 }

@@ -165,7 +165,9 @@ private:
     int WaitPortReadable(int fd);
     void WakePortWaiters();
     void DrainPortWake();
-    void ThreadLeft();
+    void ThreadLeft(std::atomic<int32_t>& live);
+    void AwaitThreadsLeft(const std::atomic<int32_t>& live);
+    void AwaitStoppedDataThread();
 
     // ---- locks, event, threads
     mEVENT m_hMatchEvent;
@@ -175,8 +177,10 @@ private:
     MMRelaxed<mTHREAD> m_hDataThread;
     mTHREAD m_hMatchThread;
     // Threads that may still touch this object; each thread's last act is to count itself out
-    // (release), and the destroy step waits (acquire) for zero before anything is freed.
-    std::atomic<int32_t> m_nLiveThreads;
+    // (release). The destroy step waits (acquire) for both counts to reach zero before anything
+    // is freed, and a data thread is started only once the stopped one has left.
+    std::atomic<int32_t> m_nLiveDataThreads;
+    std::atomic<int32_t> m_nLiveMatchThreads;
     // Wakes a data thread waiting for the port, so that a stop never waits on a silent module.
     int m_nWakeFd;
 

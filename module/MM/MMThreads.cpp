@@ -26,6 +26,7 @@ int CMM::CreateDataThread(unsigned short* deviceName, unsigned long baud, unsign
         }
     }
 
+    AwaitStoppedDataThread();
     m_ucPortState = PORTSTATE_OPENING;
     if (!OpenSerialPort(deviceName, baud, byteSize, parity, stopBits)) return 0;
     if (!StartDataThread()) {
@@ -37,15 +38,24 @@ int CMM::CreateDataThread(unsigned short* deviceName, unsigned long baud, unsign
     return 1;
 }
 
+// A stopped data thread may still be in its last cycle: were the run flag set again before it
+// looks, it would go on reading beside the new one. Stopping stays immediate; the wait falls on
+// the restart (at most one cycle), and before the open so that it never reads the new port.
+void CMM::AwaitStoppedDataThread()
+{
+    if (!m_hDataThread) AwaitThreadsLeft(m_nLiveDataThreads);
+}
+
 int CMM::StartDataThread()
 {
+    AwaitStoppedDataThread();
     m_bRunDataThread = 1;
     if (m_dwDataHandle != 0 && !m_hDataThread) {
         mTraceA("{mThreadCreate} FileName %s, Fuction %s, line %d \n", "module/MM/MM", "StartDataThread", 577);
-        m_nLiveThreads.fetch_add(1, std::memory_order_relaxed);
+        m_nLiveDataThreads.fetch_add(1, std::memory_order_relaxed);
         m_hDataThread = mThreadCreate(reinterpret_cast<void*>(&DataThread), this);
         if (!m_hDataThread) {
-            m_nLiveThreads.fetch_sub(1, std::memory_order_relaxed);
+            m_nLiveDataThreads.fetch_sub(1, std::memory_order_relaxed);
             m_bRunDataThread = 0;
             // The message names Initialize; callers match on it as it stands.
             mTraceW(W16("[MM-Err][CMM::Initialize] DataThread Create Fail\n"));
@@ -93,7 +103,7 @@ void* DataThread(void* arg)
             g_dwDataThreadLifeTick.fetch_add(1, std::memory_order_relaxed);
         } while (mm->m_bDestroy != 1 && mm->m_bRunDataThread != 0);
     }
-    mm->ThreadLeft();
+    mm->ThreadLeft(mm->m_nLiveDataThreads);
     return nullptr;
 }
 
@@ -107,6 +117,6 @@ void* MatchingThread(void* arg)
         if (mm->m_bDestroy == 1) break;
         mm->DoMapMatching();
     }
-    mm->ThreadLeft();
+    mm->ThreadLeft(mm->m_nLiveMatchThreads);
     return nullptr;
 }
