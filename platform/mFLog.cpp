@@ -14,9 +14,6 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <new>
-
-mFLog* g_pFileLog = nullptr;
 
 namespace {
 
@@ -240,17 +237,4 @@ void mFLog::Dump(char* title, void* data, int size)
         Puts(row);
     }
     PutsRule(*this, '=');
-}
-
-int mFLogStart(char* dir, char* prefix)
-{
-    if (g_pFileLog) return 1;
-    mFLog* log = new (std::nothrow) mFLog(dir, prefix);
-    if (!log) return 0;
-    if (!log->m_nReady) {
-        delete log;
-        return 0;
-    }
-    g_pFileLog = log;
-    return 1;
 }

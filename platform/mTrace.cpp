@@ -10,8 +10,20 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
+#include <new>
+#include <thread>
+
+std::atomic<mFLog*> g_pFileLog{nullptr};
 
 namespace {
+
+// Serialises starting and stopping the file log; a trace never takes it.
+std::mutex g_fileLogStartStop;
+// Traces inside an append to the file log. A trace counts itself in before it looks at the log
+// and a stop takes the log away before it looks at the count (both sequentially consistent), so
+// a stop never frees a log that a trace is about to append to.
+std::atomic<int32_t> g_fileLogWriters{0};
 
 const unsigned int kWideUnits = 8192;
 const unsigned int kTextBytes = 2048;
@@ -50,7 +62,10 @@ void Emit(const char* text)
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     __android_log_print(ANDROID_LOG_INFO, "Varnex", text);
 #pragma GCC diagnostic pop
-    if (g_pFileLog) g_pFileLog->Puts(text);
+    if (!g_pFileLog.load(std::memory_order_relaxed)) return;  // no file log: no further cost
+    g_fileLogWriters.fetch_add(1);
+    if (mFLog* log = g_pFileLog.load()) log->Puts(text);
+    g_fileLogWriters.fetch_sub(1);
 }
 
 }  // namespace
@@ -98,4 +113,26 @@ void mException(unsigned short* what, const unsigned short* from, unsigned long 
 {
     mTraceW(W16("[### Exception Occurs] %s, [From] %s, [Line] %d\n"), what, from,
             static_cast<int>(static_cast<uint32_t>(line)));
+}
+
+int mFLogStart(char* dir, char* prefix)
+{
+    std::lock_guard<std::mutex> hold(g_fileLogStartStop);
+    if (g_pFileLog.load()) return 1;
+    mFLog* log = new (std::nothrow) mFLog(dir, prefix);
+    if (!log) return 0;
+    if (!log->m_nReady) {
+        delete log;
+        return 0;
+    }
+    g_pFileLog.store(log);
+    return 1;
+}
+
+void mFLogStop(void)
+{
+    std::lock_guard<std::mutex> hold(g_fileLogStartStop);
+    mFLog* log = g_pFileLog.exchange(nullptr);
+    while (g_fileLogWriters.load() != 0) std::this_thread::yield();
+    delete log;
 }

@@ -2,6 +2,8 @@
 #ifndef GPSDR_PLATFORM_MTRACE_H
 #define GPSDR_PLATFORM_MTRACE_H
 
+#include <atomic>
+
 void mTraceW(const unsigned short* format, ...);
 void mTraceA(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void mHexTrace(unsigned char* data, int len, unsigned int perLine);
@@ -31,6 +33,11 @@ private:
 };
 
 int mFLogStart(char* dir, char* prefix);
-extern mFLog* g_pFileLog;
+// Ends the file log mFLogStart began and frees it, once traces on other threads have finished
+// their appends to it.
+void mFLogStop(void);
+// The file log, null while there is none. Published whole: traces on any thread may find it at
+// any moment.
+extern std::atomic<mFLog*> g_pFileLog;
 
 #endif

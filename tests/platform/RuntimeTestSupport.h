@@ -27,7 +27,7 @@ inline void* const kRunBody = reinterpret_cast<void*>(&RunBody);
 
 // No file log while alive, whatever earlier tests left installed.
 struct NoFileLog {
-    NoFileLog() : saved(g_pFileLog) { g_pFileLog = nullptr; }
+    NoFileLog() : saved(g_pFileLog.exchange(nullptr)) {}
     ~NoFileLog() { g_pFileLog = saved; }
     mFLog* saved;
 };
