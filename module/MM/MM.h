@@ -15,6 +15,7 @@
 #include "platform/mThread.h"
 
 class CPositionMgr;
+struct ZelkoParseStats;
 
 // ---------------------------------------------------------------- parameter ids and values
 enum : unsigned short {
@@ -149,6 +150,8 @@ public:
     int GetGPSDREngineerInfo(_mGPSDREngineerInfo* info);
     int GetGPSDREngineerInfoEx(_mGPSDREngineerInfoEx* info);
     int GetZelkoLowInfo(_mZelkoLowDataInfo* info);
+    // What the module stream's parser has counted (module/position/PositionMgr.h).
+    int GetParseStats(ZelkoParseStats* stats);
 
 private:
     friend void* DataThread(void* arg);

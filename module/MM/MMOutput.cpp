@@ -272,6 +272,13 @@ int CMM::GetGPSDREngineerInfoEx(_mGPSDREngineerInfoEx* info)
     return m_pPositionMgr->GetEngineeringModeDataEx(info);
 }
 
+int CMM::GetParseStats(ZelkoParseStats* stats)
+{
+    if (!stats || !m_pPositionMgr) return 0;
+    MMScopedLock lock(m_pDataSync);
+    return m_pPositionMgr->GetParseStats(stats);
+}
+
 int CMM::GetZelkoLowInfo(_mZelkoLowDataInfo* info)
 {
     if (!info || !m_pPositionMgr || m_ucDataKind != MM_DATAKIND_ZELKO) return 0;

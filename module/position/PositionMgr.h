@@ -11,6 +11,7 @@
 
 #include "module/MM/MMTypes.h"
 #include "module/position/ZELKOParser.h"
+#include "module/position/ZelkoCatalogue.h"
 
 // Input of the offset transform step.
 struct VIT_S {
@@ -23,6 +24,20 @@ struct VIT_S {
 // Offset transform of vit->stGps into *out; 1 on success, 0 on failure (out then all zero, or
 // untouched for a null vit).
 int GetGpsData(VIT_S* vit, _mGpsDataEx* out);
+
+// What ParsingZelko made of the stream since the position manager was created. Counters wrap
+// at 2^32.
+struct ZelkoParseStats {
+    uint32_t ulAccepted[ZELKO_KIND_COUNT];  // frames accepted, by row of kZelkoKinds
+    uint32_t ulChecksumFailures;
+    uint32_t ulEscapeFailures;     // frames whose escapes could not be removed
+    uint32_t ulRefusedLengths;     // too short for a frame, an acknowledgement of no known length, an unknown 7033 format
+    uint32_t ulUnknownKinds;       // code and subcode of no kind
+    uint32_t ulResetOverflow;      // the store buffer would have overflowed
+    uint32_t ulResetNoStart;       // a chunk left no start marker
+    uint32_t ulResetTooMany;       // more frames in one call than are handled
+    uint32_t ulResetTrailing;      // bytes without a start marker behind the last frame
+};
 
 class CPositionMgr {
 public:
@@ -60,6 +75,7 @@ public:
     int GetEngineeringModeData(_mGPSDREngineerInfo* out) const;
     int GetEngineeringModeDataEx(_mGPSDREngineerInfoEx* out) const;
     int GetGPSDRDiagnosisData(_mGPSDRDiagnosis* out) const;
+    int GetParseStats(ZelkoParseStats* out) const;
 
     int SetCurMMPosForInfo(_mPosition pos);
     short GetGyroCalHead() const;  // 0.1 degree
@@ -92,6 +108,7 @@ public:
 private:
     // ---- per-message actions on the de-stuffed record of each kind
     void ActOnMessage(int id);
+    void CountFrame(int id);
     void OnAckNoIdx(const unsigned char* f);
     void OnAckIdx(const unsigned char* f);
     void OnSysCmdAck(const unsigned char* f);
@@ -134,6 +151,7 @@ private:
 
     unsigned char m_ucStore[STORE_BUFFER_SIZE];
     uint16_t m_wStoreLen;
+    ZelkoParseStats m_stParseStats;
 
     uint8_t m_ucDRHeadValid;
     std::atomic<uint8_t> m_ucMountPending;  // set by the command builder on the caller's thread

@@ -1,22 +1,16 @@
 // What each decoded module message does to the position and the module state. Fields are read
-// at their offsets in the de-stuffed frame (start marker = byte 0).
+// through their names in the message catalogue.
 #include <cstdint>
 
 #include "module/geo/MMNumeric.h"
 #include "module/geo/MMUtility.h"
 #include "module/position/PositionMgr.h"
-#include "module/position/ZelkoBytes.h"
+#include "module/position/ZelkoCatalogue.h"
 #include "platform/mCharset.h"
 #include "platform/mString16.h"
 #include "platform/mTrace.h"
 
 namespace {
-
-template <auto Slot>
-const unsigned char* RecordOf(const CZELKOParser& parser)
-{
-    return (parser.*Slot).ucData;
-}
 
 const uint8_t kFix3D = 0x11;  // the module's "GPS fix" mode value
 
@@ -49,14 +43,15 @@ ReportName ConvertReportName(const unsigned char* src)
 }
 
 template <class Rec>
-void SetYearToSecond(Rec& rec, uint16_t year, const unsigned char* monthToSecond)
+void SetYearToSecond(Rec& rec, const unsigned char* f)
 {
-    rec.wYear = year;
-    rec.ucMonth = monthToSecond[0];
-    rec.ucDay = monthToSecond[1];
-    rec.ucHour = monthToSecond[2];
-    rec.ucMinute = monthToSecond[3];
-    rec.ucSecond = monthToSecond[4];
+    using namespace ZelkoUtcConstel;
+    rec.wYear = ZelkoGet(f, kYear);
+    rec.ucMonth = ZelkoGet(f, kMonth);
+    rec.ucDay = ZelkoGet(f, kDay);
+    rec.ucHour = ZelkoGet(f, kHour);
+    rec.ucMinute = ZelkoGet(f, kMinute);
+    rec.ucSecond = ZelkoGet(f, kSecond);
 }
 
 uint8_t Bit(unsigned value, int bit)
@@ -70,29 +65,30 @@ void CPositionMgr::ActOnMessage(int id)
 {
     struct Action {
         int id;
-        const unsigned char* (*record)(const CZELKOParser&);
         void (CPositionMgr::*apply)(const unsigned char*);
     };
     // Kinds without an entry (1103, 1106, 1601, 3607, 7033) are consumed without effect.
     static const Action kActions[] = {
-        {1001, RecordOf<&CZELKOParser::m_stAckNoIdx>, &CPositionMgr::OnAckNoIdx},
-        {1002, RecordOf<&CZELKOParser::m_stAckIdx>, &CPositionMgr::OnAckIdx},
-        {1003, RecordOf<&CZELKOParser::m_stSysCmdAck>, &CPositionMgr::OnSysCmdAck},
-        {1101, RecordOf<&CZELKOParser::m_stAppVersion>, &CPositionMgr::OnAppVersion},
-        {1203, RecordOf<&CZELKOParser::m_stProduct>, &CPositionMgr::OnProductReport},
-        {1204, RecordOf<&CZELKOParser::m_stHardware>, &CPositionMgr::OnHardwareReport},
-        {1401, RecordOf<&CZELKOParser::m_stSoftEventLog>, &CPositionMgr::OnEventLog},
-        {3002, RecordOf<&CZELKOParser::m_stFFixWithRawDR>, &CPositionMgr::OnFixWithRawDR},
-        {3101, RecordOf<&CZELKOParser::m_stGpsFix>, &CPositionMgr::OnGpsFix},
-        {3102, RecordOf<&CZELKOParser::m_stGpsFixEx>, &CPositionMgr::OnGpsFix},
-        {3201, RecordOf<&CZELKOParser::m_stUtcConstelSum>, &CPositionMgr::OnTimeConstel},
-        {3301, RecordOf<&CZELKOParser::m_stGpsChMeasShStat>, &CPositionMgr::OnChannelMeas},
-        {7013, RecordOf<&CZELKOParser::m_stDRSensor>, &CPositionMgr::OnDRSensor},
-        {7060, RecordOf<&CZELKOParser::m_stMountAngCal>, &CPositionMgr::OnMountAngle},
+        {ZELKO_ID_ACK_NO_IDX, &CPositionMgr::OnAckNoIdx},
+        {ZELKO_ID_ACK_IDX, &CPositionMgr::OnAckIdx},
+        {ZELKO_ID_SYS_CMD_ACK, &CPositionMgr::OnSysCmdAck},
+        {ZELKO_ID_APP_VERSION, &CPositionMgr::OnAppVersion},
+        {ZELKO_ID_PRODUCT, &CPositionMgr::OnProductReport},
+        {ZELKO_ID_HARDWARE, &CPositionMgr::OnHardwareReport},
+        {ZELKO_ID_EVENT_LOG, &CPositionMgr::OnEventLog},
+        {ZELKO_ID_FIX_WITH_RAW_DR, &CPositionMgr::OnFixWithRawDR},
+        {ZELKO_ID_GPS_FIX, &CPositionMgr::OnGpsFix},
+        {ZELKO_ID_GPS_FIX_EX, &CPositionMgr::OnGpsFix},
+        {ZELKO_ID_UTC_CONSTEL, &CPositionMgr::OnTimeConstel},
+        {ZELKO_ID_CHANNEL_MEAS, &CPositionMgr::OnChannelMeas},
+        {ZELKO_ID_DR_SENSOR, &CPositionMgr::OnDRSensor},
+        {ZELKO_ID_MOUNT_ANGLE, &CPositionMgr::OnMountAngle},
     };
+    if (id <= 0) return;
     for (const Action& action : kActions) {
         if (action.id == id) {
-            (this->*action.apply)(action.record(*m_pParser));
+            // The parser names the catalogue row of the frame it just accepted.
+            (this->*action.apply)(kZelkoKinds[m_pParser->m_ucLastKind].slot.record(*m_pParser));
             return;
         }
     }
@@ -100,48 +96,55 @@ void CPositionMgr::ActOnMessage(int id)
 
 void CPositionMgr::OnAckNoIdx(const unsigned char* f)
 {
+    using namespace ZelkoAckNoIdx;
+    const uint8_t code = ZelkoGet(f, kCode), subcode = ZelkoGet(f, kSubcode), state = ZelkoGet(f, kState);
     mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] NonIdx Ack : Code(0x%X), SubCode(0x%X), State(%d)\n"),
-            static_cast<unsigned>(f[3]), static_cast<unsigned>(f[4]), static_cast<int>(f[5]));
-    if (f[3] == 0x70 && f[4] == 0x60 && f[5] == 0) m_ucMountAcked = 1;
+            static_cast<unsigned>(code), static_cast<unsigned>(subcode), static_cast<int>(state));
+    if (code == 0x70 && subcode == 0x60 && state == 0) m_ucMountAcked = 1;
 }
 
 void CPositionMgr::OnAckIdx(const unsigned char* f)
 {
+    using namespace ZelkoAckIdx;
     mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] Index Ack : Code(0x%X), SubCode(0x%X), Idx(0x%X), State(%d)\n"),
-            static_cast<unsigned>(f[3]), static_cast<unsigned>(f[4]), static_cast<unsigned>(f[5]),
-            static_cast<int>(f[6]));
+            static_cast<unsigned>(ZelkoGet(f, kCode)), static_cast<unsigned>(ZelkoGet(f, kSubcode)),
+            static_cast<unsigned>(ZelkoGet(f, kIndex)), static_cast<int>(ZelkoGet(f, kState)));
 }
 
 void CPositionMgr::OnSysCmdAck(const unsigned char* f)
 {
+    using namespace ZelkoSysCmdAck;
     mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] System Ack : SysCmd(0x%X), State(%d)\n"),
-            static_cast<unsigned>(f[3]), static_cast<int>(f[4]));
+            static_cast<unsigned>(ZelkoGet(f, kCommand)), static_cast<int>(ZelkoGet(f, kState)));
 }
 
 void CPositionMgr::OnAppVersion(const unsigned char* f)
 {
-    m_stEng.ucAppVerMajor = f[3];
-    m_stEng.ucAppVerMinor = f[4];
-    m_stEng.ucAppVerPatch = f[5];
-    mTraceW(W16("[MM-Dbg][ZelkoVerReport] App %d.%d.%d\n"), static_cast<int>(f[3]), static_cast<int>(f[4]),
-            static_cast<int>(f[5]));
+    using namespace ZelkoVersion;
+    m_stEng.ucAppVerMajor = ZelkoGet(f, kMajor);
+    m_stEng.ucAppVerMinor = ZelkoGet(f, kMinor);
+    m_stEng.ucAppVerPatch = ZelkoGet(f, kPatch);
+    mTraceW(W16("[MM-Dbg][ZelkoVerReport] App %d.%d.%d\n"), static_cast<int>(m_stEng.ucAppVerMajor),
+            static_cast<int>(m_stEng.ucAppVerMinor), static_cast<int>(m_stEng.ucAppVerPatch));
 }
 
 void CPositionMgr::OnProductReport(const unsigned char* f)
 {
-    const ReportName name = ConvertReportName(f + 11);
-    m_stEng.ucProductVer1 = f[7];
-    m_stEng.ucProductVer2 = f[8];
-    m_stEng.wProductVer3 = ZelkoU16(f + 9);
+    using namespace ZelkoProduct;
+    const ReportName name = ConvertReportName(ZelkoGet(f, kName));
+    m_stEng.ucProductVer1 = ZelkoGet(f, kVersion1);
+    m_stEng.ucProductVer2 = ZelkoGet(f, kVersion2);
+    m_stEng.wProductVer3 = ZelkoGet(f, kVersion3);
     static_assert(sizeof m_stEng.wszProductName == ZELKO_PRODUCT_NAME_LEN * sizeof(unsigned short), "");
     for (int i = 0; i < ZELKO_PRODUCT_NAME_LEN; ++i) m_stEng.wszProductName[i] = name.text[i];
-    mTraceW(W16("[MM-Dbg][ProductReport] %u, %s(%d.%d.%d)\n"), static_cast<unsigned>(ZelkoU32(f + 3)), name.text,
-            static_cast<int>(ZelkoU16(f + 9)), static_cast<int>(f[8]), static_cast<int>(f[7]));
+    mTraceW(W16("[MM-Dbg][ProductReport] %u, %s(%d.%d.%d)\n"), static_cast<unsigned>(ZelkoGet(f, kSerial)),
+            name.text, static_cast<int>(m_stEng.wProductVer3), static_cast<int>(m_stEng.ucProductVer2),
+            static_cast<int>(m_stEng.ucProductVer1));
 }
 
 void CPositionMgr::OnHardwareReport(const unsigned char* f)
 {
-    const ReportName name = ConvertReportName(f + 3);
+    const ReportName name = ConvertReportName(ZelkoGet(f, ZelkoHardware::kName));
     mTraceW(W16("[MM-Dbg][HardwareReport] %s\n"), name.text);
 }
 
@@ -152,10 +155,10 @@ void CPositionMgr::OnEventLog(const unsigned char* f)
         uint8_t event;
         uint8_t shift;
     } kEventFields[] = {{0x62, 0}, {0x63, 3}, {0x65, 6}, {0x74, 9}, {0x92, 12}};
-    const uint8_t severity = f[12];
+    const uint8_t severity = ZelkoGet(f, ZelkoEventLog::kLevel);
     const unsigned level = (severity & 0x0F) == 0 && severity <= 0x30 ? (severity >> 4) + 1u : 0u;
     for (const auto& field : kEventFields) {
-        if (field.event != f[11]) continue;
+        if (field.event != ZelkoGet(f, ZelkoEventLog::kEvent)) continue;
         const unsigned mask = 7u << field.shift;
         m_stDiagnosis.wEventLevels =
             static_cast<uint16_t>((m_stDiagnosis.wEventLevels & ~mask) | (level << field.shift));
@@ -165,24 +168,25 @@ void CPositionMgr::OnEventLog(const unsigned char* f)
 
 void CPositionMgr::OnFixWithRawDR(const unsigned char* f)
 {
-    const uint8_t status = f[3];
-    const uint8_t ext = f[4];
-    const uint8_t drByte = f[42];
+    using namespace ZelkoFixWithRawDR;
+    const uint8_t status = ZelkoGet(f, kStatus);
+    const uint8_t ext = ZelkoGet(f, kStatus2);
+    const uint8_t drByte = ZelkoGet(f, kDRFlags);
     m_ucDRHeadValid = Bit(status, 2);
 
-    const _mLonLat pos = ModuleLonLat(m_ucUnitKind, ZelkoI32(f + 10), ZelkoI32(f + 14));
+    const _mLonLat pos = ModuleLonLat(m_ucUnitKind, ZelkoGet(f, kLat), ZelkoGet(f, kLon));
     m_stPos.lLon = m_stLowOut.lLon = m_stEng.lDRLon = pos.lLon;
     m_stPos.lLat = m_stLowOut.lLat = m_stEng.lDRLat = pos.lLat;
 
-    const uint16_t heading = static_cast<uint16_t>(CMMUtility::ChangeHeadUnits(ZelkoU16(f + 20)));
+    const uint16_t heading = static_cast<uint16_t>(CMMUtility::ChangeHeadUnits(ZelkoGet(f, kHeading)));
     if (m_ucDRHeadValid) m_stPos.wHeading = m_stLowOut.wHeading = heading;
     m_stEng.wDRHeading = heading;
 
-    const uint16_t rawSpeed = ZelkoU16(f + 22);
+    const uint16_t rawSpeed = ZelkoGet(f, kSpeed);
     m_stPos.sSpeed = m_stEng.sDRSpeed = CMMUtility::ChangeSpeedUnits(rawSpeed);
     m_stLowOut.wRawSpeed = rawSpeed;
 
-    m_stPos.sAltitude = ZelkoI16(f + 18);
+    m_stPos.sAltitude = ZelkoGet(f, kAlt);
     m_stLowOut.lAltitude = m_stPos.sAltitude;
     m_stPos.ucReserved = 0;
     m_stPos.ucPosMode = (Bit(status, 4) && Bit(ext, 1)) ? 8 : 6;
@@ -194,32 +198,34 @@ void CPositionMgr::OnFixWithRawDR(const unsigned char* f)
     m_stEng.ucStatusBits2 = static_cast<uint8_t>((m_stEng.ucStatusBits2 & 0xF0) | Bit(ext, 2) | (Bit(ext, 3) << 1) |
                                                  (Bit(ext, 1) << 2) | (Bit(drByte, 7) << 3));
 
-    m_stTime.ulDRTime = ZelkoU32(f + 6);
+    m_stTime.ulDRTime = ZelkoGet(f, kDRTime);
 
-    m_stSub.sDRValue[0] = ZelkoI16(f + 26);
-    m_stSub.sDRValue[1] = ZelkoI16(f + 28);
-    m_stSub.wDRValue[0] = ZelkoU16(f + 38);
-    m_stSub.wDRValue[1] = ZelkoU16(f + 40);
+    m_stSub.sDRValue[0] = ZelkoGet(f, kDRValue2);
+    m_stSub.sDRValue[1] = ZelkoGet(f, kDRValue3);
+    m_stSub.wDRValue[0] = ZelkoGet(f, kDRValue4);
+    m_stSub.wDRValue[1] = ZelkoGet(f, kDRValue5);
     m_stSub.ucDRFlag = Bit(ext, 6);
-    m_stEng.wDRValue[0] = ZelkoU16(f + 24);
-    m_stEng.wDRValue[1] = ZelkoU16(f + 26);
-    m_stEng.wDRValue[2] = ZelkoU16(f + 28);
-    m_stEng.ulDRValue = ZelkoU32(f + 43);
+    m_stEng.wDRValue[0] = ZelkoGet(f, kDRValue1);
+    m_stEng.wDRValue[1] = static_cast<uint16_t>(ZelkoGet(f, kDRValue2));
+    m_stEng.wDRValue[2] = static_cast<uint16_t>(ZelkoGet(f, kDRValue3));
+    m_stEng.ulDRValue = ZelkoGet(f, kDRValue6);
     m_stEng.ucDRValue7 = static_cast<uint8_t>(drByte & 0x7F);
-    m_stEng.wDRValueTail = ZelkoU16(f + 47);
+    m_stEng.wDRValueTail = ZelkoGet(f, kDRValue7);
 }
 
 void CPositionMgr::OnGpsFix(const unsigned char* f)
 {
-    const uint8_t mode = static_cast<uint8_t>(f[7] & 0x3F);
-    const bool threeD = Bit(f[7], 6) != 0;
+    using namespace ZelkoGpsFix;
+    const uint8_t modeByte = ZelkoGet(f, kMode);
+    const uint8_t mode = static_cast<uint8_t>(modeByte & 0x3F);
+    const bool threeD = Bit(modeByte, 6) != 0;
 
-    const _mLonLat pos = ModuleLonLat(m_ucUnitKind, ZelkoI32(f + 9), ZelkoI32(f + 13));
+    const _mLonLat pos = ModuleLonLat(m_ucUnitKind, ZelkoGet(f, kLat), ZelkoGet(f, kLon));
     m_stSub.lLon = m_stEng.lGpsLon = pos.lLon;
     m_stSub.lLat = m_stEng.lGpsLat = pos.lLat;
 
-    const uint16_t heading = static_cast<uint16_t>(CMMUtility::ChangeHeadUnits(ZelkoU16(f + 19)));
-    const int16_t speed = CMMUtility::ChangeSpeedUnits(ZelkoU16(f + 21));
+    const uint16_t heading = static_cast<uint16_t>(CMMUtility::ChangeHeadUnits(ZelkoGet(f, kHeading)));
+    const int16_t speed = CMMUtility::ChangeSpeedUnits(ZelkoGet(f, kSpeed));
     m_stSub.wHeading = m_stEng.wGpsHeading = heading;
     m_stSub.sSpeed = m_stEng.sGpsSpeed = speed;
 
@@ -243,21 +249,21 @@ void CPositionMgr::OnGpsFix(const unsigned char* f)
 
 void CPositionMgr::OnTimeConstel(const unsigned char* f)
 {
-    const uint16_t year = ZelkoU16(f + 3);
-    const unsigned char* monthToSecond = f + 5;
+    using namespace ZelkoUtcConstel;
+    const uint16_t year = ZelkoGet(f, kYear);
     if (year >= 2000) {
-        SetYearToSecond(m_stTime, year, monthToSecond);
-        m_stPos.lDate = f[6] * 10000 + f[5] * 100 + (year - 2000);
-        m_stPos.lTime = TimeOfDayMs(f[7], f[8], f[9]);
+        SetYearToSecond(m_stTime, f);
+        m_stPos.lDate = ZelkoGet(f, kDay) * 10000 + ZelkoGet(f, kMonth) * 100 + (year - 2000);
+        m_stPos.lTime = TimeOfDayMs(ZelkoGet(f, kHour), ZelkoGet(f, kMinute), ZelkoGet(f, kSecond));
     }
 
-    const uint8_t used = static_cast<uint8_t>(f[20] & 0x0F);
+    const uint8_t used = static_cast<uint8_t>(ZelkoGet(f, kSatsUsed) & 0x0F);
     m_stPos.ucSatUsed = m_stPos.ucSatView = used > 12 ? 12 : used;
 
-    m_stPos.sDop1 = CMMUtility::ChangeDOPUnits(ZelkoU16(f + 11));
-    m_stPos.sDop2 = CMMUtility::ChangeDOPUnits(ZelkoU16(f + 13));
-    m_stPos.sDop3 = CMMUtility::ChangeDOPUnits(ZelkoU16(f + 15));
-    const uint8_t fixKind = static_cast<uint8_t>(f[18] & 0x0F);
+    m_stPos.sDop1 = CMMUtility::ChangeDOPUnits(ZelkoGet(f, kDop1));
+    m_stPos.sDop2 = CMMUtility::ChangeDOPUnits(ZelkoGet(f, kDop2));
+    m_stPos.sDop3 = CMMUtility::ChangeDOPUnits(ZelkoGet(f, kDop3));
+    const uint8_t fixKind = static_cast<uint8_t>(ZelkoGet(f, kFixKind) & 0x0F);
     m_stStatus.ucFixKind = fixKind;
 
     uint16_t quality = 1;
@@ -277,32 +283,34 @@ void CPositionMgr::OnTimeConstel(const unsigned char* f)
 
     // Only the literal year 80 is kept out of these two; any other year, valid or not, is copied.
     if (year != 80) {
-        SetYearToSecond(m_stLowOut, year, monthToSecond);
-        SetYearToSecond(m_stEng, year, monthToSecond);
+        SetYearToSecond(m_stLowOut, f);
+        SetYearToSecond(m_stEng, f);
     }
 }
 
 void CPositionMgr::OnChannelMeas(const unsigned char* f)
 {
-    const uint16_t id = f[4];
+    using namespace ZelkoChannelMeas;
+    const uint16_t id = ZelkoGet(f, kSat);
     for (_mSatelView& sat : m_stSatel) {
         // Entries are claimed in order and never freed: with 32 ids seen, new ones are dropped.
         if (sat.wSatID != id && static_cast<int16_t>(sat.wSatID) >= 1) continue;
         sat.wSatID = id;
-        sat.wElevation = f[8];
-        sat.sAzimuth = static_cast<int16_t>(f[7] * 2);
-        sat.wSNR = static_cast<uint16_t>(GeoTruncS32(f[6] * 0.2));
-        sat.ucUsed = (f[5] & 0x14) != 0 ? 1 : 0;
+        sat.wElevation = ZelkoGet(f, kElevation);
+        sat.sAzimuth = static_cast<int16_t>(ZelkoGet(f, kAzimuth) * 2);
+        sat.wSNR = static_cast<uint16_t>(GeoTruncS32(ZelkoGet(f, kSnr) * 0.2));
+        sat.ucUsed = (ZelkoGet(f, kState) & 0x14) != 0 ? 1 : 0;
         return;
     }
 }
 
 void CPositionMgr::OnDRSensor(const unsigned char* rec)
 {
-    m_stTime.ulSensorTime = ZelkoU32(rec + 1);
-    const uint32_t samples = ZelkoU32(rec + 15);
+    using namespace ZelkoDRSensor;
+    m_stTime.ulSensorTime = ZelkoGet(rec, kSensorTime);
+    const uint32_t samples = ZelkoGet(rec, kSamples);
     if (samples == 0) return;
-    const int32_t gyroSum = ZelkoI32(rec + 43);
+    const int32_t gyroSum = ZelkoGet(rec, kGyroSum);
     const int32_t rate = static_cast<int32_t>(static_cast<int64_t>(gyroSum) / samples);
 
     int32_t heading = m_sGyroHead.load(std::memory_order_relaxed) - GeoTruncS32(rate * 0.00875 / 5.0);
@@ -320,9 +328,10 @@ void CPositionMgr::OnDRSensor(const unsigned char* rec)
 
 void CPositionMgr::OnMountAngle(const unsigned char* f)
 {
-    const double pitchSine = ZelkoF32(f + 29);
-    const double rollTerm = ZelkoF32(f + 33);
-    const uint8_t progress = f[72];
+    using namespace ZelkoMountAngle;
+    const double pitchSine = ZelkoGet(f, kPitch);
+    const double rollTerm = ZelkoGet(f, kRoll);
+    const uint8_t progress = ZelkoGet(f, kProgress);
 
     const long pitch = -CMMUtility::mAsin(GeoTruncS32(pitchSine * 100000.0));
     const long cosPitch = CMMUtility::mCos(pitch);

@@ -114,7 +114,7 @@ int CPositionMgr::MakeMountAngleCal(unsigned char type, short pitch, short roll,
         gravity[1] = cosPitch * (static_cast<float>(CMMUtility::mSin(roll)) / 100000.0f);
         gravity[2] = cosPitch * (static_cast<float>(CMMUtility::mCos(roll)) / 100000.0f);
     }
-    for (int i = 0; i < 3; ++i) ZelkoPutF32(buf + 30 + 4 * i, gravity[i]);
+    for (int i = 0; i < 3; ++i) ZelkoPutLE(buf + 30 + 4 * i, gravity[i]);
     SealFrame(buf, kMountAngleLen);
     len += MakeStuffPacket(buf, kMountAngleLen, cap);
 

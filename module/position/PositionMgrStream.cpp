@@ -10,9 +10,24 @@ namespace {
 
 // Frames handled per call before the rest of the buffer is dropped: bounds the time per read.
 const int kMaxFramesPerCall = 22;
-const int kFixWithRawDR = 3002;
 
 }  // namespace
+
+void CPositionMgr::CountFrame(int id)
+{
+    ZelkoParseStats& s = m_stParseStats;
+    if (id < 0) {  // too short to be a frame
+        ++s.ulRefusedLengths;
+        return;
+    }
+    switch (m_pParser->m_ucLastOutcome) {
+    case ZELKO_OUTCOME_ACCEPTED: ++s.ulAccepted[m_pParser->m_ucLastKind]; break;
+    case ZELKO_OUTCOME_BAD_CHECKSUM: ++s.ulChecksumFailures; break;
+    case ZELKO_OUTCOME_BAD_ESCAPE: ++s.ulEscapeFailures; break;
+    case ZELKO_OUTCOME_REFUSED_LENGTH: ++s.ulRefusedLengths; break;
+    default: ++s.ulUnknownKinds; break;
+    }
+}
 
 void CPositionMgr::ClearStore()
 {
@@ -33,6 +48,7 @@ int CPositionMgr::ParsingZelko(char* data, unsigned short len)
     if (m_wStoreLen + len > STORE_BUFFER_SIZE) {
         mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] Buffer Reset because store buffer over Max : CurSize(%d), AddSize(%d)\n"),
                 static_cast<int>(m_wStoreLen), static_cast<int>(len));
+        ++m_stParseStats.ulResetOverflow;
         ClearStore();
     }
     // The reader never delivers more than the buffer holds; a larger chunk is cut, not overrun.
@@ -45,6 +61,7 @@ int CPositionMgr::ParsingZelko(char* data, unsigned short len)
     unsigned char start = CZELKOParser::FindStartMsg(m_ucStore, m_wStoreLen);
     if (start == len) {
         mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] Buffer Reset because buffer have no start bit\n"));
+        ++m_stParseStats.ulResetNoStart;
         ClearStore();
         return 0;
     }
@@ -57,12 +74,14 @@ int CPositionMgr::ParsingZelko(char* data, unsigned short len)
     for (int frames = 1;; ++frames) {
         const unsigned char frameLen = static_cast<unsigned char>(end + 1);
         const int id = m_pParser->Parsing(m_ucStore, frameLen, 1);
+        CountFrame(id);
         ActOnMessage(id);
-        if (id == kFixWithRawDR) result = 1;
+        if (id == ZELKO_ID_FIX_WITH_RAW_DR) result = 1;
         DiscardStored(frameLen);
 
         if (frames == kMaxFramesPerCall) {
             mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] Buffer Clear(many data read by once)\n"));
+            ++m_stParseStats.ulResetTooMany;
             ClearStore();
             return result;
         }
@@ -70,6 +89,7 @@ int CPositionMgr::ParsingZelko(char* data, unsigned short len)
 
         start = CZELKOParser::FindStartMsg(m_ucStore, m_wStoreLen);
         if (start == len) {
+            ++m_stParseStats.ulResetTrailing;
             ClearStore();
             return result;
         }

@@ -10,6 +10,16 @@
 // Frame markers; the four values 0x80..0x83 never appear unescaped inside a frame.
 enum : unsigned char { ZELKO_ESCAPE = 0x80, ZELKO_START = 0x81, ZELKO_END = 0x82, ZELKO_RESERVED_LAST = 0x83 };
 
+// Why CZELKOParser::Parsing did or did not accept its last frame (m_ucLastOutcome).
+enum : unsigned char {
+    ZELKO_OUTCOME_ACCEPTED,
+    ZELKO_OUTCOME_NO_FRAME,        // nothing delimited (returned -1)
+    ZELKO_OUTCOME_UNKNOWN_KIND,    // code and subcode of no kind
+    ZELKO_OUTCOME_REFUSED_LENGTH,  // an acknowledgement of no known length, an unknown 7033 format
+    ZELKO_OUTCOME_BAD_CHECKSUM,
+    ZELKO_OUTCOME_BAD_ESCAPE,
+};
+
 // A record of N bytes. For all kinds but DRSensorData it is the de-stuffed frame image itself,
 // so ucData[1] is the code, ucData[N-2] the checksum and ucData[N-1] the end marker.
 template <unsigned N>
@@ -108,12 +118,20 @@ public:
     SoftEventLogReport m_stSoftEventLog;
     HealthStatusReport m_stHealthStatus;
 
+    // ---- what became of the last frame: a ZELKO_OUTCOME_* value, and for an accepted frame
+    // its row in kZelkoKinds (module/position/ZelkoCatalogue.h). Plain bytes, read by the owner
+    // right after Parsing, so that counting costs nothing on the way.
+    unsigned char m_ucLastOutcome;
+    unsigned char m_ucLastKind;
+
 private:
     // Checksum, then de-stuffing of the frame into an L-byte image.
-    static int ParseFrameImage(unsigned char* frame, unsigned char* out, unsigned L, unsigned char endIndex);
+    int ParseFrameImage(unsigned char* frame, unsigned char* out, unsigned L, unsigned char endIndex);
+    // IsValidChecksum, noting a failure as the last outcome.
+    int CheckFrame(unsigned char* frame, unsigned char endIndex);
 
     template <class R>
-    static int ParseImage(unsigned char* frame, R* out, unsigned char endIndex)
+    int ParseImage(unsigned char* frame, R* out, unsigned char endIndex)
     {
         static_assert(R::kSize <= MountAngCalGet::kSize, "the longest fixed frame bounds the scratch image");
         return ParseFrameImage(frame, out->ucData, R::kSize, endIndex);

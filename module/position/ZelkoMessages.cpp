@@ -1,5 +1,6 @@
 // Message decoders: checksum, escape removal and the two repacked kinds.
 #include "module/position/ZELKOParser.h"
+#include "module/position/ZelkoCatalogue.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -27,15 +28,23 @@ CZELKOParser::CZELKOParser()
     : m_stAppVersion(), m_stVersion03(), m_stVersion06(), m_stFFixWithRawDR(), m_stGpsFix(),
       m_stGpsFixEx(), m_stUtcConstelSum(), m_stGpsChMeasShStat(), m_stDppCal(), m_stAckNoIdx(),
       m_stAckIdx(), m_stSysCmdAck(), m_stDRSensor(), m_stAltFilterOutput(), m_stMountAngCal(),
-      m_stProduct(), m_stHardware(), m_stSoftEventLog(), m_stHealthStatus()
+      m_stProduct(), m_stHardware(), m_stSoftEventLog(), m_stHealthStatus(),
+      m_ucLastOutcome(ZELKO_OUTCOME_NO_FRAME), m_ucLastKind(0)
 {
 }
 
 CZELKOParser::~CZELKOParser() = default;
 
+int CZELKOParser::CheckFrame(unsigned char* frame, unsigned char endIndex)
+{
+    if (IsValidChecksum(frame, endIndex)) return 1;
+    m_ucLastOutcome = ZELKO_OUTCOME_BAD_CHECKSUM;
+    return 0;
+}
+
 int CZELKOParser::ParseFrameImage(unsigned char* frame, unsigned char* out, unsigned L, unsigned char endIndex)
 {
-    if (!IsValidChecksum(frame, endIndex)) return 0;
+    if (!CheckFrame(frame, endIndex)) return 0;
     const int stuffedLen = endIndex + 1;
     unsigned char image[kMaxImage] = {};
     const unsigned char escapes = GetCountOf0x80(frame, endIndex);
@@ -48,6 +57,7 @@ int CZELKOParser::ParseFrameImage(unsigned char* frame, unsigned char* out, unsi
         if (produced == 0) {
             mTraceW(W16("[MM-Dbg][CZELKOParser::Parse] GenStuffedMsg FAIL!! [0x%X-0x%X] : nGenCnt(%d), Org(%d)\n"),
                     static_cast<unsigned>(frame[1]), static_cast<unsigned>(frame[2]), produced, static_cast<int>(L));
+            m_ucLastOutcome = ZELKO_OUTCOME_BAD_ESCAPE;
             return 0;
         }
         // A short result is not an error: the image keeps zeros at its end.
@@ -58,36 +68,40 @@ int CZELKOParser::ParseFrameImage(unsigned char* frame, unsigned char* out, unsi
 
 int CZELKOParser::Parse(unsigned char* frame, AltFilterOutputData* out, unsigned char endIndex)
 {
-    enum { kFormat1Len = 58, kFormat1Body = 56 };
+    using namespace ZelkoAltFilter;
     // The format byte is read before any check; an unknown format is refused silently.
-    const unsigned char format = endIndex >= 3 ? frame[3] : 0;
+    const unsigned char format = endIndex >= kFormat.offset ? frame[kFormat.offset] : 0;
     if (format == 2) return ParseImage(frame, out, endIndex);
-    if (format != 1) return 0;
+    if (format != 1) {
+        m_ucLastOutcome = ZELKO_OUTCOME_REFUSED_LENGTH;
+        return 0;
+    }
 
-    unsigned char narrow[kFormat1Len];
-    if (!ParseFrameImage(frame, narrow, kFormat1Len, endIndex)) return 0;
+    unsigned char narrow[FORMAT1_LEN];
+    if (!ParseFrameImage(frame, narrow, FORMAT1_LEN, endIndex)) return 0;
     unsigned char* rec = out->ucData;
-    std::memcpy(rec, narrow, kFormat1Body);
-    std::memset(rec + kFormat1Body, 0, AltFilterOutputData::kSize - 2 - kFormat1Body);
-    rec[AltFilterOutputData::kSize - 2] = narrow[kFormat1Len - 2];
-    rec[AltFilterOutputData::kSize - 1] = narrow[kFormat1Len - 1];
+    std::memcpy(rec, narrow, FORMAT2_ONLY);
+    std::memset(rec + FORMAT2_ONLY, 0, AltFilterOutputData::kSize - 2 - FORMAT2_ONLY);
+    rec[AltFilterOutputData::kSize - 2] = narrow[FORMAT1_LEN - 2];
+    rec[AltFilterOutputData::kSize - 1] = narrow[FORMAT1_LEN - 1];
     return 1;
 }
 
 int CZELKOParser::Parse(unsigned char* frame, DRSensorData* out, unsigned char endIndex)
 {
-    enum { kHeadLen = 28, kTailLen = 31, kKeptTail = 29, kSensorLen = 22, kCountAt = 27, kTailVersion = 8 };
-    if (!IsValidChecksum(frame, endIndex)) return 0;
+    using namespace ZelkoDRSensor;
+    enum { kHeadLen = FRAME_ENTRIES_AT, kTailLen = TAIL_LEN + 2 };
+    if (!CheckFrame(frame, endIndex)) return 0;
 
     unsigned char head[kHeadLen] = {};
     unsigned char tail[kTailLen] = {};
     const int last = endIndex;
     // The tail block (plus checksum and end marker) follows N four-byte entries.
-    auto tailStart = [&head]() { return (head[kCountAt] + 7) * 4; };
+    auto tailStart = [&head]() { return FRAME_ENTRIES_AT + 4 * head[FRAME_COUNT_AT]; };
 
     if (GetCountOf0x80(frame, endIndex) == 0) {
         CopyWithin(head, frame, last, 0, kHeadLen);
-        if (head[3] >= kTailVersion) CopyWithin(tail, frame, last, tailStart(), kTailLen);
+        if (head[FRAME_VERSION_AT] >= TAIL_VERSION) CopyWithin(tail, frame, last, tailStart(), kTailLen);
     } else {
         // This kind carries a variable entry list, so it is de-stuffed here directly into head
         // and tail. XOR equals the usual OR for every follower a sender produces (0x00..0x03).
@@ -106,7 +120,7 @@ int CZELKOParser::Parse(unsigned char* frame, DRSensorData* out, unsigned char e
             if (k < kHeadLen) {
                 head[k] = b;
             } else {
-                if (head[3] < kTailVersion) break;
+                if (head[FRAME_VERSION_AT] < TAIL_VERSION) break;
                 const int t = k - tailStart();
                 if (t >= 0 && t < kTailLen) tail[t] = b;
             }
@@ -115,9 +129,10 @@ int CZELKOParser::Parse(unsigned char* frame, DRSensorData* out, unsigned char e
     }
 
     unsigned char* rec = out->ucData;
-    const unsigned char flags = head[4];
-    rec[0] = static_cast<unsigned char>((rec[0] & 0xF8) | (flags & 0x01) | (((flags >> 6) & 0x03) << 1));
-    std::memcpy(rec + 1, head + 5, kSensorLen);
-    std::memcpy(rec + 1 + kSensorLen, tail, kKeptTail);
+    const unsigned char flags = head[FRAME_FLAGS_AT];
+    rec[kFlags.offset] =
+        static_cast<unsigned char>((rec[kFlags.offset] & 0xF8) | (flags & 0x01) | (((flags >> 6) & 0x03) << 1));
+    std::memcpy(rec + kSensorTime.offset, head + FRAME_SENSOR_AT, SENSOR_LEN);
+    std::memcpy(rec + RECORD_TAIL_AT, tail, TAIL_LEN);
     return 1;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 #include "platform/mAndroidLog.h"
@@ -53,11 +52,6 @@ void StreamDecoder::OnLog(int, const char* tag, const char* text, void* ctx)
 {
     auto* self = static_cast<StreamDecoder*>(ctx);
     if (self->m_echoTrace) std::fprintf(stderr, "%s: %s", tag, text);
-    if (!self->m_inLibrary) return;
-    if (std::strstr(text, "[ZELKOParser::CalChecksum]Invalid") != nullptr) ++self->m_counts.checksumFailures;
-    if (std::strstr(text, "[CPositionMgr::ParsingZelko] Buffer Reset") != nullptr ||
-        std::strstr(text, "[CPositionMgr::ParsingZelko] Buffer Clear") != nullptr)
-        ++self->m_counts.storeResets;
 }
 
 void StreamDecoder::Feed(const unsigned char* data, size_t len)
@@ -75,9 +69,12 @@ void StreamDecoder::HandlePiece()
     const int id = m_parser.Parsing(m_piece.data(), len, 0);
 
     const uint64_t checksumFailures = m_counts.checksumFailures;
-    m_inLibrary = true;
     const int fix = m_positionMgr.ParsingZelko(reinterpret_cast<char*>(m_piece.data()), len);
-    m_inLibrary = false;
+    ZelkoParseStats stats;
+    m_positionMgr.GetParseStats(&stats);
+    m_counts.checksumFailures = stats.ulChecksumFailures;
+    // The resets the library traces; the silent drop of bytes behind a frame is not one.
+    m_counts.storeResets = uint64_t{stats.ulResetOverflow} + stats.ulResetNoStart + stats.ulResetTooMany;
     PrintFrame(id, m_counts.checksumFailures != checksumFailures);
     m_pieceOffset += len;
     m_piece.clear();

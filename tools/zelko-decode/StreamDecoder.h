@@ -24,8 +24,8 @@ struct DecodeCounts {
     uint64_t frames = 0;            // delimited frames, accepted or not
     uint64_t messages = 0;          // frames accepted by the parser
     uint64_t refused = 0;           // frames refused (checksum, stuffing) or of no known kind
-    uint64_t checksumFailures = 0;  // the library's checksum traces
-    uint64_t storeResets = 0;       // the library's store-buffer reset and clear traces
+    uint64_t checksumFailures = 0;  // counted by the library's position manager
+    uint64_t storeResets = 0;       // the store-buffer resets and clears it counted
     uint64_t positions = 0;         // fix messages that updated the position
 };
 
@@ -37,8 +37,8 @@ public:
         std::function<void(const std::string&)> note;          // a fault of the input, for people
     };
 
-    // Takes over the host log for the decoder's lifetime: library traces are counted and, with
-    // echoTrace, copied to standard error; otherwise they are silent.
+    // Takes over the host log for the decoder's lifetime: with echoTrace library traces are
+    // copied to standard error; otherwise they are silent.
     StreamDecoder(Output out, bool echoTrace);
     ~StreamDecoder();
     StreamDecoder(const StreamDecoder&) = delete;
@@ -59,7 +59,6 @@ private:
 
     Output m_out;
     bool m_echoTrace;
-    bool m_inLibrary = false;  // traces are counted only while the library's own path runs
     CPositionMgr m_positionMgr;
     CZELKOParser m_parser;
     std::vector<unsigned char> m_piece;
