@@ -3,7 +3,8 @@
 set -euo pipefail
 need=()
 for pkg in cmake ninja-build g++ clang libclang-rt-14-dev googletest libbenchmark-dev \
-           openjdk-17-jdk-headless g++-arm-linux-gnueabihf qemu-user python3 libncurses-dev tmux; do
+           openjdk-17-jdk-headless g++-arm-linux-gnueabihf qemu-user python3 libncurses-dev tmux \
+           gpsd gpsd-clients; do
   dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg")
 done
 if [ ${#need[@]} -gt 0 ]; then

@@ -38,11 +38,11 @@ std::vector<std::string> OfType(const std::vector<std::string>& lines, const std
 
 // The simulator records which frames it spoiled; the decoder must count exactly those and report
 // a position, at the played coordinates, for every fix message that arrived intact, whatever
-// noise lies between the frames.
+// noise lies between the frames. The simulator writes a timed capture, which reads as the stream.
 TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
 {
     const std::string cap = TempFile("sim.bin"), truth = TempFile("sim.jsonl"), gpx = TempFile("sim.gpx");
-    ASSERT_EQ(tooltest::Run("zelko-sim", {"--output", cap, "--truth", truth, "--duration", "30", "--rate", "2",
+    ASSERT_EQ(tooltest::Run("zelko-sim", {"--capture", cap, "--truth", truth, "--duration", "30", "--rate", "2",
                                           "--seed", "5", "--corrupt", "0.05", "--noise", "0.9"})
                   .status,
               0);
@@ -57,7 +57,7 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
     }
     ASSERT_GT(corrupt, 0u) << "the capture should hold spoiled frames";
 
-    const tooltest::RunResult r = tooltest::Run("zelko-decode", {"--gpx", gpx}, {cap});  // from standard input
+    const tooltest::RunResult r = tooltest::Run("zelko-decode", {"--gpx", gpx, cap});
     ASSERT_EQ(r.status, 0);
     const std::vector<std::string> lines = Lines(r.out), positions = OfType(lines, "pos");
     ASSERT_FALSE(lines.empty());

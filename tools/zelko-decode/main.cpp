@@ -6,10 +6,11 @@
 #include <cstring>
 #include <string>
 
+#include "tools/common/ByteSource.h"
 #include "tools/common/GpxTrack.h"
 #include "tools/common/StopSignal.h"
 #include "tools/common/ToolCli.h"
-#include "tools/zelko-decode/ByteSource.h"
+#include "tools/zelko-decode/NmeaMode.h"
 #include "tools/zelko-decode/PositionRecord.h"
 #include "tools/zelko-decode/StreamDecoder.h"
 
@@ -19,7 +20,7 @@ const char kTool[] = "zelko-decode";
 // The input held no frame the parser accepted.
 const int kExitNoFrames = 3;
 
-enum OptionId { kGpx, kTrace };
+enum OptionId { kGpx, kNmea, kTrace };
 
 const ToolCommandLine kCommandLine = {
     kTool,
@@ -27,19 +28,23 @@ const ToolCommandLine kCommandLine = {
     "Decodes a captured Zelko byte stream with the library's own parser.",
     {
         {kGpx, "gpx", "FILE", "write the decoded track as GPX"},
+        {kNmea, "nmea", nullptr, "print NMEA 0183 instead (see below)"},
         {kTrace, "trace", nullptr, "copy the library's trace lines to standard error"},
     },
-    "INPUT is a capture file, a serial device (opened raw, 115200 baud) or - for standard input\n"
+    "INPUT is a capture file (timed or raw), a serial device (opened raw, 115200 baud) or - for standard input\n"
     "(the default).\n"
     "Output: one JSON object per line: \"msg\" for every frame (id 0: refused or unknown; len:\n"
     "bytes as received, escapes included), \"pos\" after every position update, and a final\n"
     "\"summary\". Refused frames and a frame cut off by the end of the input are also named on\n"
     "standard error with their byte offset. A device is read until it hangs up; SIGINT or SIGTERM\n"
-    "ends any input early, and the summary and the GPX are still written.\n",
+    "ends any input early, and the summary and the GPX are still written.\n"
+    "With --nmea: RMC, VTG, GGA, GSA and GSV at every position, from the library's decoded state;\n"
+    "positions are the module's own WGS 84 coordinates, before the offset transform.\n",
     {
         {kExitOk, "the input held frames the parser accepted"},
         {kExitFailure, "the input could not be opened or read, or the GPX could not be written"},
-        {kExitNoFrames, "the input held no frame the parser accepted (empty, or not a Zelko stream)"},
+        {kExitNoFrames, "the input held no frame the parser accepted (empty, or not a Zelko stream);\n"
+                        "with --nmea, no position message"},
     },
 };
 
@@ -47,6 +52,7 @@ struct Options {
     std::string input = "-";
     std::string gpx;
     bool trace = false;
+    bool nmea = false;
 };
 
 }  // namespace
@@ -60,6 +66,7 @@ int main(int argc, char** argv)
         [&](int id, const char* arg, std::string&) {
             if (id == kGpx) opt.gpx = arg;
             if (id == kTrace) opt.trace = true;
+            if (id == kNmea) opt.nmea = true;
             return true;
         },
         [&](const char* operand, std::string& why) {
@@ -69,11 +76,18 @@ int main(int argc, char** argv)
             return haveInput = true;
         });
     if (parsed >= 0) return parsed;
+    if (opt.nmea && !opt.gpx.empty()) return ToolUsageError(kCommandLine, "--gpx and --nmea exclude each other");
 
     ByteSource source;
     std::string error;
     if (!source.Open(opt.input, error)) return ToolFail(kTool, error);
     CatchStopSignals();
+    if (opt.nmea) {
+        const long positions = PrintNmea(source, opt.trace);
+        if (positions < 0) return ToolFail(kTool, "read error on " + opt.input + ": " + std::strerror(errno));
+        if (positions == 0) return ToolFail(kTool, "no Zelko position message in " + opt.input, kExitNoFrames);
+        return kExitOk;
+    }
 
     GpxTrack track{kTool, {}};
     StreamDecoder::Output out;

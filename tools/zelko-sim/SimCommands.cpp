@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
+#include "tools/common/Format.h"
 #include "tools/zelko-sim/SimFrames.h"
 
 namespace {
@@ -28,16 +28,6 @@ const QueryReply kQueries[] = {
 const uint8_t kResets[] = {0x01, 0x05, 0x02, 0x07};
 
 const size_t kMountCommandLength = 44;
-
-std::string Format(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
-std::string Format(const char* fmt, ...) {
-    char text[512];
-    va_list args;
-    va_start(args, fmt);
-    std::vsnprintf(text, sizeof text, fmt, args);
-    va_end(args);
-    return text;
-}
 
 uint32_t FloatBits(float v) {
     uint32_t bits;

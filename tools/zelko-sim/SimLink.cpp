@@ -12,41 +12,16 @@
 #include <cstring>
 #include <ctime>
 
+#include "tools/common/Pty.h"
+
 namespace {
 
 const double kMaxGap = 0.002;
 // Poll interval while no host holds the line open (the master then reports hang-up at once).
 const double kIdlePoll = 0.02;
 
-bool MakeRawNonBlocking(int fd, bool setSpeed) {
-    termios tio;
-    if (tcgetattr(fd, &tio) != 0) return false;
-    cfmakeraw(&tio);
-    if (setSpeed) cfsetspeed(&tio, B115200);
-    if (tcsetattr(fd, TCSANOW, &tio) != 0) return false;
-    const int flags = fcntl(fd, F_GETFL);
-    return flags >= 0 && fcntl(fd, F_SETFL, flags | O_NONBLOCK) == 0;
-}
-
 std::string Fail(const char* what, const std::string& path) {
     return std::string(what) + " " + path + ": " + std::strerror(errno);
-}
-
-bool OpenPty(Link& link, std::string& error) {
-    link.fd = posix_openpt(O_RDWR | O_NOCTTY);
-    if (link.fd < 0) {
-        error = Fail("posix_openpt", "");
-        return false;
-    }
-    const char* slave = nullptr;
-    // Raw on the master sets the line discipline of the slave, so the host finds it raw.
-    if (grantpt(link.fd) != 0 || unlockpt(link.fd) != 0 || (slave = ptsname(link.fd)) == nullptr ||
-        !MakeRawNonBlocking(link.fd, false)) {
-        error = Fail("pseudo-terminal setup", "");
-        return false;
-    }
-    link.path = slave;
-    return true;
 }
 
 }  // namespace
@@ -55,13 +30,16 @@ bool OpenLink(const SimOptions& opt, Link& link, std::string& error) {
     if (!opt.output.empty()) {
         link.kind = LinkKind::File;
         link.path = opt.output;
+        link.timed = opt.capture;
+        if (opt.capture) return link.capture.Open(opt.output, error);
         link.fd = open(opt.output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
         if (link.fd < 0) error = Fail("cannot create", opt.output);
         return link.fd >= 0;
     }
     if (opt.device.empty()) {
         link.kind = LinkKind::Pty;
-        return OpenPty(link, error);
+        link.fd = OpenRawPty(link.path, error);
+        return link.fd >= 0;
     }
     link.kind = LinkKind::Device;
     link.path = opt.device;
@@ -83,11 +61,13 @@ bool OpenLink(const SimOptions& opt, Link& link, std::string& error) {
 }
 
 void CloseLink(Link& link) {
+    link.capture.Close();
     if (link.fd >= 0) close(link.fd);
     link.fd = -1;
 }
 
-bool LinkWrite(Link& link, const Frame& bytes, const ChunkPlan& plan, SimRandom& random) {
+bool LinkWrite(Link& link, const Frame& bytes, const ChunkPlan& plan, SimRandom& random, double at) {
+    if (link.timed) return bytes.empty() || link.capture.Write(static_cast<uint64_t>(std::llround(at * 1e6)), bytes.data(), bytes.size());
     if (link.kind == LinkKind::File) {
         size_t done = 0;
         while (done < bytes.size()) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/common/Capture.h"
 #include "tools/zelko-sim/SimOptions.h"
 #include "tools/zelko-sim/SimRandom.h"
 #include "tools/zelko-sim/SimTypes.h"
@@ -16,6 +17,8 @@ struct Link {
     LinkKind kind = LinkKind::Pty;
     int fd = -1;
     std::string path;  // what the host opens (pty slave, device) or the output file
+    CaptureWriter capture;  // a file written as a timed capture
+    bool timed = false;
 };
 
 bool OpenLink(const SimOptions& opt, Link& link, std::string& error);
@@ -26,9 +29,9 @@ struct ChunkPlan {
     double gapBudget = 0;  // seconds all gaps of one write may take together
 };
 
-// Writes bytes. A file gets them all; a serial line drops what does not fit, as a line
-// without a listener would. False only when a file write fails.
-bool LinkWrite(Link& link, const Frame& bytes, const ChunkPlan& plan, SimRandom& random);
+// Writes bytes, sent at sim time `at`. A file gets them all; a serial line drops what does not
+// fit, as a line without a listener would. False only when a file write fails.
+bool LinkWrite(Link& link, const Frame& bytes, const ChunkPlan& plan, SimRandom& random, double at);
 // Waits up to waitSeconds for bytes from the host; returns how many were read into buf.
 size_t LinkRead(Link& link, uint8_t* buf, size_t cap, double waitSeconds);
 

@@ -68,7 +68,7 @@ bool ParseHostBytes(const char* text, SimHostBytes& out) {
 }
 
 enum OptionId {
-    kDevice, kOutput, kTruth, kRate, kDuration, kStart, kFirmware, kColdStart, kMount,
+    kDevice, kOutput, kCapture, kReplay, kSpeed, kLoop, kTruth, kRate, kDuration, kStart, kFirmware, kColdStart, kMount,
     kSats, kTunnel, kStop, kSilent, kVanish, kChunk, kNoise, kCorrupt, kSeed, kHost
 };
 
@@ -80,6 +80,13 @@ bool Apply(int id, const char* arg, SimOptions& opt) {
     switch (id) {
         case kDevice: opt.device = arg; return true;
         case kOutput: opt.output = arg; return true;
+        case kCapture:
+            opt.output = arg;
+            opt.capture = true;
+            return true;
+        case kReplay: opt.replay = arg; return true;
+        case kSpeed: return ParseToolReal(arg, 0.01, 1000, opt.speed);
+        case kLoop: opt.loop = true; return true;
         case kTruth: opt.truth = arg; return true;
         case kRate:
             if (!ParseToolInt(arg, 1, 10, n)) return false;
@@ -146,6 +153,10 @@ extern const ToolCommandLine kSimCommandLine = {
     {
         {kDevice, "device", "PATH", "play on this terminal device instead of a new pseudo-terminal"},
         {kOutput, "output", "FILE", "write the stream to FILE as fast as possible (needs --duration)"},
+        {kCapture, "capture", "FILE", "the same as a timed capture (tools/common/Capture.h), each cycle at its time"},
+        {kReplay, "replay", "FILE", "play a capture at its recorded pace instead of a drive (a raw one at 115200 baud)"},
+        {kSpeed, "speed", "X", "replay X times as fast as recorded, 0.01..1000 (1)"},
+        {kLoop, "loop", nullptr, "replay from the start again after its end, until stopped"},
         {kTruth, "truth", "FILE", "write the played ground truth, one JSON line per cycle and per command received"},
         {kRate, "rate", "HZ", "cycles per second, 1..10 (1)"},
         {kDuration, "duration", "S", "seconds to play, 0 = until stopped (0)"},
@@ -166,10 +177,12 @@ extern const ToolCommandLine kSimCommandLine = {
     },
     "Times are seconds of the run. The host's commands are answered on the pseudo-terminal or\n"
     "device; the log of what happened goes to standard error. SIGINT or SIGTERM end the run as\n"
-    "its duration would (the truth file complete, status 0).\n",
+    "its duration would (the truth file complete, status 0). A replay plays the capture's bytes\n"
+    "only: what the host writes is read and dropped, and the scenario options do not apply.\n",
     {
         {kExitOk, "the run ended (its duration, --vanish, SIGINT or SIGTERM)"},
-        {kExitFailure, "the device, output or truth file could not be opened or written, or the device is no terminal"},
+        {kExitFailure, "the device, output or truth file could not be opened or written, or the device is no terminal;\n"
+                       "the replayed file is cut, or holds no Zelko position message"},
     },
 };
 
@@ -181,7 +194,12 @@ int ParseOptions(int argc, char** argv, SimOptions& opt) {
     if (parsed >= 0) return parsed;
     if (!opt.device.empty() && !opt.output.empty())
         return ToolUsageError(kSimCommandLine, "--device and --output exclude each other");
-    if (!opt.output.empty() && opt.duration <= 0) return ToolUsageError(kSimCommandLine, "--output needs a --duration");
+    if (!opt.replay.empty() && !opt.output.empty())
+        return ToolUsageError(kSimCommandLine, "--replay plays onto a pty or --device, not into a file");
+    if (opt.replay.empty() && (opt.loop || opt.speed != 1))
+        return ToolUsageError(kSimCommandLine, "--speed and --loop need --replay");
+    if (!opt.output.empty() && opt.duration <= 0)
+        return ToolUsageError(kSimCommandLine, "--output and --capture need a --duration");
     return -1;
 }
 

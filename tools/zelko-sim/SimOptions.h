@@ -22,6 +22,10 @@ struct SimHostBytes {
 struct SimOptions {
     std::string device;  // empty: a new pseudo-terminal
     std::string output;  // non-empty: write the stream to this file, unpaced
+    bool capture = false;  // the output file is a timed capture
+    std::string replay;    // non-empty: play this capture instead of a scenario
+    double speed = 1;      // replay pace, 1 = as recorded
+    bool loop = false;     // replay again from the start at its end
     std::string truth;
     int rate = 1;
     double duration = 0;  // 0: until killed

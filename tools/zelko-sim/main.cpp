@@ -15,6 +15,7 @@
 #include "tools/zelko-sim/SimLink.h"
 #include "tools/zelko-sim/SimMessages.h"
 #include "tools/zelko-sim/SimOptions.h"
+#include "tools/zelko-sim/SimReplay.h"
 #include "tools/zelko-sim/SimScenario.h"
 #include "tools/zelko-sim/SimStream.h"
 #include "tools/zelko-sim/SimTruth.h"
@@ -53,7 +54,7 @@ void Answer(Session& s, double at) {
         }
         std::vector<uint16_t> corrupt;
         const Frame wire = ToWire(out.replies, FaultRates{0, s.opt.corrupt}, s.linkRandom, corrupt);
-        LinkWrite(s.link, wire, s.plan, s.linkRandom);
+        LinkWrite(s.link, wire, s.plan, s.linkRandom, at);
     }
 }
 
@@ -83,6 +84,7 @@ int main(int argc, char** argv) {
     SimOptions opt;
     const int parsed = ParseOptions(argc, argv, opt);
     if (parsed >= 0) return parsed;
+    if (!opt.replay.empty()) return Replay(opt);
     std::string error;
     const double period = 1.0 / opt.rate;
     Session s{opt, Link{}, ModuleState{}, HostFrameReader{},
@@ -122,7 +124,7 @@ int main(int argc, char** argv) {
         std::vector<uint16_t> corrupt;
         Frame wire;
         if (!c.silent) wire = ToWire(CycleFrames(c, s.module), cycleFaults, faults, corrupt);
-        if (!LinkWrite(s.link, wire, s.plan, s.linkRandom)) {
+        if (!LinkWrite(s.link, wire, s.plan, s.linkRandom, t)) {
             std::perror(s.link.path.c_str());
             status = 1;
             break;

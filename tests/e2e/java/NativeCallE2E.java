@@ -8,9 +8,9 @@ import java.util.List;
 
 /**
  * The Java side of the end-to-end run, as the navigation service uses the library: start, take
- * the once-a-second positions, stop. Talks to its driver by lines: it asks "LINK drive" or
- * "LINK silent" (answered "OK") to have the serial device point at a moving or a silent
- * module, reports each received position as "CALL ..." and each broken expectation as
+ * the once-a-second positions, stop. Talks to its driver by lines: it asks "LINK drive",
+ * "LINK replay" or "LINK silent" (answered "OK") to have the serial device point at a moving
+ * module, a replay of its recorded drive or a silent module, reports each received position as "CALL ..." and each broken expectation as
  * "FAIL ...", and ends with "DONE".
  */
 public final class NativeCallE2E {
@@ -41,6 +41,7 @@ public final class NativeCallE2E {
         check(secondStop > 0.8 && secondStop < 2.5, "a second stop waits its one second, took " + secondStop);
         report("first", first);
 
+        link("replay");  // a capture of the same drive, recorded from a pty and played back
         List<Call> again = runStarted(5, null);
         report("again", again);
 

@@ -1,6 +1,7 @@
-// Runs the Java end-to-end program against simulated modules: two zelko-sim instances (one
-// driving, one silent) on their own ptys, /dev/ttyGPS1 pointed at whichever the Java side asks
-// for, the positions it reports checked against the driving module's truth.
+// Runs the Java end-to-end program against simulated modules: zelko-sim instances (one
+// driving, one silent, and one with the same drive that zelko-record records from its pty until
+// the Java side asks for its replay) on their own ptys, /dev/ttyGPS1 pointed at whichever the
+// Java side asks for, the positions it reports checked against the driving module's truth.
 // Exit 0 passed, 1 failed, 77 skipped (not root, or /dev/ttyGPS1 is somebody else's).
 #include <sys/stat.h>
 #include <unistd.h>
@@ -68,11 +69,11 @@ private:
 int main(int argc, char** argv)
 {
     std::map<std::string, std::string> o = {{"--java", ""}, {"--classes", ""}, {"--libdir", ""},
-                                            {"--sim", ""},  {"--work", ""},    {"--preload", ""}};
+                                            {"--sim", ""},  {"--work", ""},    {"--preload", ""}, {"--record", ""}};
     for (int i = 1; i + 1 < argc && o.count(argv[i]); i += 2) o[argv[i]] = argv[i + 1];
     if (o["--java"].empty() || o["--classes"].empty() || o["--libdir"].empty() || o["--sim"].empty() ||
-        o["--work"].empty()) {
-        std::fprintf(stderr, "usage: %s --java J --classes DIR --libdir DIR --sim SIM --work DIR [--preload LIB]\n",
+        o["--work"].empty() || o["--record"].empty()) {
+        std::fprintf(stderr, "usage: %s --java J --classes DIR --libdir DIR --sim SIM --record REC --work DIR [--preload LIB]\n",
                      argv[0]);
         return 2;
     }
@@ -95,7 +96,8 @@ int main(int argc, char** argv)
         {"drive", tooltest::Spawn(o["--sim"], {"--truth", truth, "--seed", "3", "--duration", "200"},
                                   {"", false, work + "/sim-drive.log"})},
         {"silent", tooltest::Spawn(o["--sim"], {"--silent", "0", "--duration", "200"},
-                                   {"", false, work + "/sim-silent.log"})}};
+                                   {"", false, work + "/sim-silent.log"})},
+        {"recorded", tooltest::Spawn(o["--sim"], {"--seed", "3", "--duration", "200"}, {"", false, work + "/sim-recorded.log"})}};
     std::map<std::string, std::string> ptys;
     int failures = 0;
     for (auto& s : sims) {
@@ -105,6 +107,8 @@ int main(int argc, char** argv)
         }
     }
 
+    const std::string capture = work + "/drive.cap";
+    tooltest::Child recorder = tooltest::Spawn(o["--record"], {ptys["recorded"], capture}, {"", false, work + "/record.log"});
     tooltest::Io javaIo{"", true, work + "/java.log", {"TZ=UTC"}};  // the time text is UTC only without DST
     if (!o["--preload"].empty()) {
         javaIo.env.push_back("LD_PRELOAD=" + o["--preload"]);
@@ -118,6 +122,12 @@ int main(int argc, char** argv)
     bool done = false;
     for (std::string line; java.pid > 0 && tooltest::Read(java.out, line, deadline);) {
         ReportedCall call;
+        if (line == "LINK replay") {  // Ctrl-C ends the recording
+            kill(recorder.pid, SIGINT);
+            if (tooltest::Reap(recorder, deadline) != 0 && ++failures) std::printf("FAIL: zelko-record failed on SIGINT\n");
+            sims["replay"] = tooltest::Spawn(o["--sim"], {"--replay", capture}, {"", false, work + "/sim-replay.log"});
+            tooltest::Read(sims["replay"].out, ptys["replay"], deadline);
+        }
         if (line.rfind("LINK ", 0) == 0) {
             const std::string& pty = ptys[line.substr(5)];
             const bool ok = !pty.empty() && device.PointAt(pty);
@@ -134,6 +144,7 @@ int main(int argc, char** argv)
         }
     }
     const int status = tooltest::Reap(java, deadline);
+    tooltest::Reap(recorder, tooltest::Clock::now());
     for (auto& s : sims) {
         if (s.second.pid > 0) kill(s.second.pid, SIGTERM);
         tooltest::Reap(s.second, deadline + std::chrono::seconds(5));

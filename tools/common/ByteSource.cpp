@@ -1,9 +1,11 @@
-#include "tools/zelko-decode/ByteSource.h"
+#include "tools/common/ByteSource.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -36,6 +38,8 @@ bool ByteSource::Open(const std::string& path, std::string& error)
         m_fd = STDIN_FILENO;
         return true;
     }
+    struct stat st;
+    if (stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode)) return ReadCapture(path, m_capture, error);
     m_fd = open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
     if (m_fd < 0) {
         error = "cannot open " + path + ": " + std::strerror(errno);
@@ -51,6 +55,15 @@ bool ByteSource::Open(const std::string& path, std::string& error)
 
 long ByteSource::Read(unsigned char* buf, size_t cap)
 {
+    if (m_fd < 0) {
+        if (m_next >= m_capture.chunks.size() || StopRequested()) return 0;
+        const CaptureChunk& c = m_capture.chunks[m_next];
+        const size_t n = std::min(cap, c.len - m_inChunk);
+        std::memcpy(buf, &m_capture.bytes[c.offset + m_inChunk], n);
+        m_inChunk += n;
+        if (m_inChunk == c.len) ++m_next, m_inChunk = 0;
+        return static_cast<long>(n);
+    }
     while (WaitReadable(m_fd)) {
         const ssize_t n = read(m_fd, buf, cap);
         if (n >= 0) return static_cast<long>(n);

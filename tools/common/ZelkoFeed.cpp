@@ -1,0 +1,56 @@
+#include "tools/common/ZelkoFeed.h"
+
+#include <cstdio>
+
+#include "platform/mAndroidLog.h"
+
+namespace {
+
+// The settings the manager gives its position manager, except the coordinate unit: the module's
+// own WGS 84 in 1/360000 degree rather than the offset transform's input.
+const unsigned char kZelkoKind = 1;
+const unsigned char kUnitWgs84 = 1;
+const unsigned short kDRKind = 1;
+
+void DropTrace(int, const char*, const char*, void*) {}
+
+void EchoTrace(int, const char* tag, const char* text, void*)
+{
+    std::fprintf(stderr, "%s: %s", tag, text);
+}
+
+}  // namespace
+
+ZelkoFeed::ZelkoFeed(bool echoTrace)
+{
+    mHostLogSetSink(echoTrace ? EchoTrace : DropTrace, nullptr);
+    m_mgr.Initialize(kZelkoKind, kUnitWgs84, kDRKind);
+    m_piece.reserve(CPositionMgr::STORE_BUFFER_SIZE);
+}
+
+ZelkoFeed::~ZelkoFeed()
+{
+    mHostLogSetSink(nullptr, nullptr);
+}
+
+void ZelkoFeed::Feed(const uint8_t* data, size_t len, const OnPosition& onPosition)
+{
+    for (size_t i = 0; i < len; ++i) {
+        m_piece.push_back(data[i]);
+        // A piece ends at its only end marker, or where the library's store would be full.
+        if (!CZELKOParser::IsEOMByte(&m_piece.back()) && m_piece.size() < CPositionMgr::STORE_BUFFER_SIZE) continue;
+        const int fix = m_mgr.ParsingZelko(reinterpret_cast<char*>(m_piece.data()),
+                                           static_cast<unsigned short>(m_piece.size()));
+        m_piece.clear();
+        if (!fix) continue;
+        ++m_positions;
+        if (onPosition) onPosition(m_mgr);
+    }
+}
+
+uint64_t CountZelkoPositions(const std::vector<uint8_t>& data)
+{
+    ZelkoFeed feed;
+    feed.Feed(data.data(), data.size(), nullptr);
+    return feed.Positions();
+}
