@@ -124,6 +124,8 @@ TEST(ZelkoTools, CommandLineAndInputFaultsAreNamed)
         {{"zelko-mon", "--help"}, 0, "usage: zelko-mon [options] DEVICE\n", ""},
         {{"zelko-mon"}, 2, "", "zelko-mon: no DEVICE given"},
         {{"zelko-mon", "/nonexistent/tty"}, 1, "", "zelko-mon: cannot open /nonexistent/tty at 115200 baud\n"},
+        {{"zelko-record", "--help"}, 0, "usage: zelko-record [options] DEVICE FILE\n", ""},
+        {{"zelko-nmea", "--pty", "--output", err, noise}, 2, "", "zelko-nmea: --output and --pty exclude each other"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.command.back());
@@ -153,6 +155,7 @@ TEST(ZelkoTools, StopSignalsEndEveryInput)
         {{"zelko-decode", "/dev/zero"}, {}, SIGTERM, 3},
         {{"zelko-decode"}, {"", true}, SIGINT, 3},
         {{"zelko-sim", "--rate", "10"}, {}, SIGINT, 0},
+        {{"zelko-nmea", "/dev/zero"}, {}, SIGTERM, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.command.back());
