@@ -44,6 +44,8 @@ TEST(ZelkoFrame, UnstuffingRestoresEscapedBytes)
         {cut, 4, 8, 1, {0x81, 0x16, 0x01}, nullptr},
         {cut, 4, 8, 0, {0x81, 0x16, 0x01},
          "[MM-Dbg][CZELKOParser::GenStuffedMsg] cSrcMsg[ii] == 0x80 but ii is end msg : [0x16-0x1]Size(4),Org(8),ii(3)\n"},
+        {{0x81, 0x16, 0x80}, 3, 8, 0, {0x81, 0x16},  // the escape that ends it is its second identifier byte
+         "[MM-Dbg][CZELKOParser::GenStuffedMsg] cSrcMsg[ii] == 0x80 but ii is end msg : [0x16-0x80]Size(3),Org(8),ii(2)\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
