@@ -237,6 +237,8 @@ void AddState(Digest& d, CPositionMgr& m)
     d.Add(engEx.lGyroRate);
     const _mGPSDRDiagnosis diagnosis = CopyOut(d, m, &CPositionMgr::GetGPSDRDiagnosisData);
     d.Add(diagnosis.wEventLevels);
+    const ZelkoParseStats stats = CopyOut(d, m, &CPositionMgr::GetParseStats);
+    d.Add(&stats, sizeof stats);
     _mSatelView sats[CPositionMgr::SATEL_TABLE_SIZE];
     d.Add(m.GetSatelData(sats));
     d.Add(sats, sizeof sats);
@@ -315,6 +317,8 @@ uint64_t DigestZelkoStream(const ZelkoTestStream& s)
         AddState(d, mgr);
         d.Add(parser.Parsing(reinterpret_cast<unsigned char*>(chunk.data()), n, 0));
         AddParserRecords(d, parser);
+        d.Add(parser.m_ucLastOutcome);
+        d.Add(parser.m_ucLastKind);
     }
     mHostLogSetSink(nullptr, nullptr);
     return d.Value();

@@ -1,7 +1,7 @@
 // Seeded random module streams and one digest of everything the library makes of such a stream:
-// what ParsingZelko returns for every chunk, every record and module-state copy after it, the
-// satellite table, the session checks, every trace line, and what a stand-alone parser finds in
-// each chunk. Digests recorded once stand for whole streams, so changes to the stream path can
+// what ParsingZelko returns for every chunk, every record, module-state copy and parse counter
+// after it, the satellite table, the session checks, every trace line, and what a stand-alone
+// parser finds in each chunk. Digests recorded once stand for whole streams, so changes to the stream path can
 // be checked against the behaviour they must keep without storing any capture
 // (zelko-digest writes them, the position suite compares).
 #ifndef GPSDR_TOOLS_COMMON_ZELKOSTREAMDIGEST_H
