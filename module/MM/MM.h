@@ -152,6 +152,8 @@ public:
     int GetZelkoLowInfo(_mZelkoLowDataInfo* info);
     // What the module stream's parser has counted (module/position/PositionMgr.h).
     int GetParseStats(ZelkoParseStats* stats);
+    // The last accepted record of a message kind (CPositionMgr::GetLastRecord); its size or 0.
+    int GetZelkoRecord(int id, unsigned char* out, unsigned cap);
 
 private:
     friend void* DataThread(void* arg);

@@ -279,6 +279,13 @@ int CMM::GetParseStats(ZelkoParseStats* stats)
     return m_pPositionMgr->GetParseStats(stats);
 }
 
+int CMM::GetZelkoRecord(int id, unsigned char* out, unsigned cap)
+{
+    if (!m_pPositionMgr) return 0;
+    MMScopedLock lock(m_pDataSync);
+    return m_pPositionMgr->GetLastRecord(id, out, cap);
+}
+
 int CMM::GetZelkoLowInfo(_mZelkoLowDataInfo* info)
 {
     if (!info || !m_pPositionMgr || m_ucDataKind != MM_DATAKIND_ZELKO) return 0;

@@ -111,6 +111,14 @@ int CPositionMgr::GetParseStats(ZelkoParseStats* out) const
     return CopyOut(out, m_stParseStats);
 }
 
+int CPositionMgr::GetLastRecord(int id, unsigned char* out, unsigned cap) const
+{
+    const ZelkoKind* kind = ZelkoKindById(id);
+    if (!kind || !m_pParser || !out || cap < kind->slot.recordSize) return 0;
+    std::memcpy(out, kind->slot.record(*m_pParser), kind->slot.recordSize);
+    return kind->slot.recordSize;
+}
+
 int CPositionMgr::SetCurMMPosForInfo(_mPosition pos)
 {
     m_stEng.lMMLon = pos.lLon;

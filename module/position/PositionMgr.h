@@ -28,6 +28,7 @@ int GetGpsData(VIT_S* vit, _mGpsDataEx* out);
 // What ParsingZelko made of the stream since the position manager was created. Counters wrap
 // at 2^32.
 struct ZelkoParseStats {
+    uint32_t ulBytes;                       // handed to ParsingZelko
     uint32_t ulAccepted[ZELKO_KIND_COUNT];  // frames accepted, by row of kZelkoKinds
     uint32_t ulChecksumFailures;
     uint32_t ulEscapeFailures;     // frames whose escapes could not be removed
@@ -76,6 +77,9 @@ public:
     int GetEngineeringModeDataEx(_mGPSDREngineerInfoEx* out) const;
     int GetGPSDRDiagnosisData(_mGPSDRDiagnosis* out) const;
     int GetParseStats(ZelkoParseStats* out) const;
+    // The parser's record of the last accepted frame of kind id (its catalogue layout) into out;
+    // the record's size, or 0 for an unknown id or too small a buffer.
+    int GetLastRecord(int id, unsigned char* out, unsigned cap) const;
 
     int SetCurMMPosForInfo(_mPosition pos);
     short GetGyroCalHead() const;  // 0.1 degree

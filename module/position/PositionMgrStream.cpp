@@ -44,6 +44,7 @@ void CPositionMgr::DiscardStored(unsigned count)
 int CPositionMgr::ParsingZelko(char* data, unsigned short len)
 {
     if (m_pParser == nullptr || data == nullptr || len == 0) return 0;
+    m_stParseStats.ulBytes += len;
 
     if (m_wStoreLen + len > STORE_BUFFER_SIZE) {
         mTraceW(W16("[MM-Dbg][CPositionMgr::ParsingZelko] Buffer Reset because store buffer over Max : CurSize(%d), AddSize(%d)\n"),

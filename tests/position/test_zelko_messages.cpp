@@ -62,6 +62,11 @@ TEST(ZelkoMessages, EveryCatalogueKindRoundTripsAndIsCounted)
         }
     }
     ASSERT_EQ(pt::Feed(mgr, stream), 1);
+    unsigned char last[80];
+    for (const ZelkoKind& kind : kZelkoKinds)
+        EXPECT_EQ(ZelkoBytes(last, last + mgr.GetLastRecord(kind.id, last, sizeof last)),
+                  ZelkoBytes(kind.slot.record(parser), kind.slot.record(parser) + kind.slot.recordSize)) << kind.id;
+    const size_t firstBytes = stream.size();
     // Refusals: a broken checksum, no known kind, an acknowledgement of no known length, an
     // unknown format, a frame of four bytes.
     stream.clear();
@@ -82,6 +87,7 @@ TEST(ZelkoMessages, EveryCatalogueKindRoundTripsAndIsCounted)
     EXPECT_EQ(pt::Text("%u %u %u %u %u", stats.ulChecksumFailures, stats.ulEscapeFailures, stats.ulRefusedLengths,
                        stats.ulUnknownKinds, stats.ulResetTooMany),
               "1 0 3 1 0");
+    EXPECT_EQ(stats.ulBytes, firstBytes + stream.size());
 }
 
 TEST(ZelkoMessages, ShortAndLongFramesOfAFixedKind)

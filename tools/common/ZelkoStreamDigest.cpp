@@ -237,8 +237,10 @@ void AddState(Digest& d, CPositionMgr& m)
     d.Add(engEx.lGyroRate);
     const _mGPSDRDiagnosis diagnosis = CopyOut(d, m, &CPositionMgr::GetGPSDRDiagnosisData);
     d.Add(diagnosis.wEventLevels);
+    // The byte count is the stream's length, which the seed already fixes; left out, the digests
+    // recorded before it was counted still hold.
     const ZelkoParseStats stats = CopyOut(d, m, &CPositionMgr::GetParseStats);
-    d.Add(&stats, sizeof stats);
+    AddBytes(d, &stats, offsetof(ZelkoParseStats, ulAccepted), sizeof stats);
     _mSatelView sats[CPositionMgr::SATEL_TABLE_SIZE];
     d.Add(m.GetSatelData(sats));
     d.Add(sats, sizeof sats);
