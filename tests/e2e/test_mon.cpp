@@ -103,13 +103,14 @@ TEST(ZelkoMon, ShowsTheModuleSendsItsCommandsAndSurvivesItsLoss)
     EXPECT_EQ(rows[23].substr(0, 9), "s queries") << pane;
 
     tmux.Run("send-keys -t mon 1");
-    pane = tmux.WaitText("Ack: System Ack : SysCmd(0x5), State(0)");
-    EXPECT_NE(pane.find("Ack: System Ack : SysCmd(0x5), State(0)"), std::string::npos) << pane;
+    pane = tmux.WaitText("Ack: SysCmdAck  command 0x05  state 0");
+    EXPECT_NE(pane.find("Ack: SysCmdAck  command 0x05  state 0"), std::string::npos) << pane;
+    EXPECT_NE(pane.find(" 1003 SysCmdAck\n"), std::string::npos) << pane;
     EXPECT_EQ(commands("\"frame\":\"81 03 05 F5 82\""), 1u);
 
     tmux.Run("send-keys -t mon m '3 -2' Enter");
-    pane = tmux.WaitText("Ack: NonIdx Ack : Code(0x70), SubCode(0x60), State(0)");
-    EXPECT_NE(pane.find("NonIdx Ack : Code(0x70), SubCode(0x60), State(0)"), std::string::npos) << pane;
+    pane = tmux.WaitText("Ack: SAndQAckNoIdx  code 0x70  subcode 0x60  state 0");
+    EXPECT_NE(pane.find("Ack: SAndQAckNoIdx  code 0x70  subcode 0x60  state 0"), std::string::npos) << pane;
     EXPECT_EQ(commands("\"frame\":\"81 01 70 60 02 00 00"), 1u);
     EXPECT_EQ(commands("\"outcome\":\"set 70/60 type 0 pitch 3 roll -2 -> 1001\""), 1u);
 

@@ -6,19 +6,9 @@
 #include <string>
 
 #include "module/position/ZelkoCatalogue.h"
-#include "platform/mCharset.h"
+#include "tools/common/ZelkoText.h"
 
 namespace {
-
-// The report names are 16 multibyte characters; the library reads them as EUC-KR.
-std::string NameText(const unsigned char* p)
-{
-    unsigned short wide[17] = {};
-    UtilMbcsToWide3(p, 16, wide, 16);
-    unsigned char utf8[16 * 3 + 1] = {};
-    UtilWideToUtf8(wide, utf8);
-    return reinterpret_cast<const char*>(utf8);
-}
 
 void AppendField(JsonLine& line, const ZelkoField& f, const unsigned char* record)
 {
@@ -32,7 +22,7 @@ void AppendField(JsonLine& line, const ZelkoField& f, const unsigned char* recor
             break;
         }
         case ZelkoUnit::Float: line.Fixed(f.name, ZelkoGetLE<float>(record + f.offset), 6); break;
-        case ZelkoUnit::Text16: line.Text(f.name, NameText(record + f.offset)); break;
+        case ZelkoUnit::Text16: line.Text(f.name, ZelkoNameText(record + f.offset)); break;
         default: line.Int(f.name, v); break;
     }
 }

@@ -6,9 +6,13 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+#include <vector>
 
+#include "module/position/ZelkoCatalogue.h"
 #include "platform/mCharset.h"
 #include "tools/common/PortState.h"
+#include "tools/common/ZelkoText.h"
 
 namespace {
 
@@ -66,15 +70,64 @@ void DrawPosition(const Area& a, const MonSnapshot& s)
     Row(a, 4, "DOP %.1f %.1f %.1f  sats used %u", Tenths(p.sDop1), Tenths(p.sDop2), Tenths(p.sDop3), p.ucSatUsed);
 }
 
+// One field of a record as "name value unit"; scaled values keep the catalogue's raw units.
+std::string FieldText(const unsigned char* record, const ZelkoField& f)
+{
+    const long long v = ZelkoFieldValue(record, f);
+    char text[64];
+    switch (f.unit) {
+        case ZelkoUnit::Hex: std::snprintf(text, sizeof text, "%s 0x%02llX", f.name, v); break;
+        case ZelkoUnit::Low4: std::snprintf(text, sizeof text, "%s %lld", f.name, v & 0x0F); break;
+        case ZelkoUnit::Millisecond: std::snprintf(text, sizeof text, "%s %lld ms", f.name, v); break;
+        case ZelkoUnit::Metres: std::snprintf(text, sizeof text, "%s %lld m", f.name, v); break;
+        case ZelkoUnit::Float:
+            std::snprintf(text, sizeof text, "%s %.4f", f.name, ZelkoGetLE<float>(record + f.offset));
+            break;
+        case ZelkoUnit::Text16: return std::string(f.name) + " " + ZelkoNameText(record + f.offset);
+        default: std::snprintf(text, sizeof text, "%s %lld", f.name, v); break;
+    }
+    return text;
+}
+
+std::vector<std::string> FieldTexts(const ZelkoKind& kind, const MonRecord& r)
+{
+    std::vector<std::string> texts;
+    for (const ZelkoField& f : kind.fields)
+        if (r.size) texts.push_back(FieldText(r.bytes, f));
+    return texts;
+}
+
+// Joins texts, two spaces apart, while they fit in width; takes what it joined off the front.
+std::string Join(std::vector<std::string>& texts, int width)
+{
+    std::string line;
+    size_t n = 0;
+    for (; n < texts.size(); ++n) {
+        if (!line.empty() && static_cast<int>(line.size() + 2 + texts[n].size()) > width) break;
+        line += (line.empty() ? "" : "  ") + texts[n];
+    }
+    texts.erase(texts.begin(), texts.begin() + static_cast<long>(n));
+    return line;
+}
+std::string Join(std::vector<std::string>&& texts, int width) { return Join(texts, width); }
+
+// The fields of a record, as many to a row as the width allows, from row `first` on.
+void FieldRows(const Area& a, int first, const ZelkoKind& kind, const MonRecord& r)
+{
+    if (r.size == 0) return Row(a, first, "%s: none yet", kind.name);
+    for (std::vector<std::string> texts = FieldTexts(kind, r); !texts.empty();)
+        Row(a, first++, "%s", Join(texts, a.w).c_str());
+}
+
 void DrawDeadReckoning(const Area& a, const MonSnapshot& s)
 {
     const _mGPSDREngineerInfo& e = s.eng;
     Title(a, "Dead reckoning and sensors");
     Coordinates(a, 1, "DR ", e.lDRLat, e.lDRLon);
-    Row(a, 2, "DR  hdg %5.1f deg  spd %5.1f km/h", Tenths(e.wDRHeading), Tenths(e.sDRSpeed));
-    Row(a, 3, "GPS hdg %5.1f deg  spd %5.1f km/h", Tenths(e.wGpsHeading), Tenths(e.sGpsSpeed));
-    Row(a, 4, "Gyro hdg %5.1f deg  rate %ld  flags %02X %02X", Tenths(s.engEx.sGyroHeading),
+    Row(a, 2, "DR hdg %5.1f deg  spd %5.1f km/h", Tenths(e.wDRHeading), Tenths(e.sDRSpeed));
+    Row(a, 3, "Gyro hdg %5.1f deg  rate %ld  flags %02X %02X", Tenths(s.engEx.sGyroHeading),
         static_cast<long>(s.engEx.lGyroRate), e.ucStatusBits1, e.ucStatusBits2);
+    FieldRows(a, 4, *ZelkoKindById(ZELKO_ID_DR_SENSOR), s.sensor);
 }
 
 const char* FixStateName(uint8_t state)
@@ -97,7 +150,8 @@ void DrawModule(const Area& a, const MonSnapshot& s)
     UtilWideToUtf8(name, product);
     Row(a, 1, "App %u.%u.%u  %s %u.%u.%u", e.ucAppVerMajor, e.ucAppVerMinor, e.ucAppVerPatch,
         reinterpret_cast<const char*>(product), e.wProductVer3, e.ucProductVer2, e.ucProductVer1);
-    Row(a, 2, "HW %s  fix %s", s.hardware.empty() ? "--" : s.hardware.c_str(), FixStateName(e.ucFixState));
+    const std::string hardware = s.hardware.size ? ZelkoNameText(s.hardware.bytes + ZelkoHardware::kName.offset) : "--";
+    Row(a, 2, "HW %s  fix %s", hardware.c_str(), FixStateName(e.ucFixState));
     if (e.sPitch == kNoAngle || e.sRoll == kNoAngle)
         Row(a, 3, "Mount angle --  calib %u%%", e.ucMountAngleProgress);
     else
@@ -117,7 +171,22 @@ void DrawModule(const Area& a, const MonSnapshot& s)
 void DrawLink(const Area& a, const MonSnapshot& s)
 {
     Title(a, "Link");
-    Row(a, 1, "Port %s (%d)", PortStateName(s.portState), s.portState);
+    const ZelkoParseStats& t = s.stats;
+    uint32_t frames = 0;
+    for (uint32_t n : t.ulAccepted) frames += n;
+    Row(a, 1, "Port %s (%d)  bytes %u", PortStateName(s.portState), s.portState, t.ulBytes);
+    Row(a, 2, "Frames %u  bad cs %u  bad esc %u", frames, t.ulChecksumFailures, t.ulEscapeFailures);
+    Row(a, 3, "Resets %u  refused %u  unknown %u",
+        t.ulResetOverflow + t.ulResetNoStart + t.ulResetTooMany + t.ulResetTrailing, t.ulRefusedLengths,
+        t.ulUnknownKinds);
+}
+
+// Newest at the bottom; older ones scroll off the top.
+void DrawMessages(const Area& a, const MonSnapshot& s)
+{
+    Title(a, "Messages");
+    const int room = a.h - 1, n = static_cast<int>(s.messages.size());
+    for (int i = std::max(0, n - room); i < n; ++i) Row(a, 1 + i - std::max(0, n - room), "%s", s.messages[i].c_str());
 }
 
 void DrawSatellites(const Area& a, const MonSnapshot& s)
@@ -140,7 +209,10 @@ void DrawSatellites(const Area& a, const MonSnapshot& s)
 void DrawBottom(int y, int w, const MonSnapshot& s, const MonUi& ui)
 {
     const Area line{y, 0, w, 2};
-    Row(line, 0, "Ack: %s", s.ack.empty() ? "--" : s.ack.c_str());
+    if (s.ackId == 0)
+        Row(line, 0, "Ack: --");
+    else
+        Row(line, 0, "Ack: %s  %s", ZelkoKindById(s.ackId)->name, Join(FieldTexts(*ZelkoKindById(s.ackId), s.ack), w).c_str());
     attron(A_REVERSE);
     if (ui.prompting)
         Row(line, 1, "Mount angle: pitch roll (deg), Enter sends, Esc cancels: %s_%*s", ui.entry.c_str(), w, "");
@@ -185,8 +257,8 @@ void MonScreen::Draw(const MonSnapshot& s, const MonUi& ui)
 
     // Left: position, dead reckoning, module, link, top down.
     int y = 1;
-    for (auto panel : {std::make_pair(DrawPosition, 5), std::make_pair(DrawDeadReckoning, 5),
-                       std::make_pair(DrawModule, 6), std::make_pair(DrawLink, 2)}) {
+    for (auto panel : {std::make_pair(DrawPosition, 5), std::make_pair(DrawDeadReckoning, 6),
+                       std::make_pair(DrawModule, 6), std::make_pair(DrawLink, 4)}) {
         panel.first(Area{y, 0, left - 1, panel.second}, s);
         y += panel.second;
     }
@@ -194,6 +266,7 @@ void MonScreen::Draw(const MonSnapshot& s, const MonUi& ui)
     const int height = h - 3;
     const int satRows = std::clamp(s.satCount, kMinSatRows, std::max(kMinSatRows, height - 2 - kMinMessageRows - 1));
     DrawSatellites(Area{1, left, right, satRows + 2}, s);
+    DrawMessages(Area{satRows + 3, left, right, height - satRows - 2}, s);
     DrawBottom(h - 2, w, s, ui);
     refresh();
 }

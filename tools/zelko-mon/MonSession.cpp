@@ -1,42 +1,28 @@
 #include "tools/zelko-mon/MonSession.h"
 
-#include <cstring>
-#include <vector>
+#include <cstdio>
+#include <ctime>
+#include <utility>
 
+#include "module/position/ZelkoCatalogue.h"
 #include "platform/mAndroidLog.h"
 #include "platform/mCharset.h"
 #include "platform/mThread.h"
 
 namespace {
 
-// The trace lines the monitor shows, by the text that precedes what is kept.
-const char kHardwarePrefix[] = "[MM-Dbg][HardwareReport] ";
-const char kAckOrigin[] = "[MM-Dbg][CPositionMgr::ParsingZelko] ";
-const char kAckMark[] = "Ack : ";
+const size_t kMessagesKept = 64;
 
-std::string Line(const char* from)
-{
-    std::string s(from);
-    while (!s.empty() && (s.back() == '\n' || s.back() == '\r')) s.pop_back();
-    return s;
-}
+bool IsAck(int id) { return id == ZELKO_ID_ACK_NO_IDX || id == ZELKO_ID_ACK_IDX || id == ZELKO_ID_SYS_CMD_ACK; }
+
+// The screen belongs to the monitor; what the library traces is not shown.
+void DropLog(int, const char*, const char*, void*) {}
 
 }  // namespace
 
-void MonSession::OnLog(int, const char*, const char* text, void* ctx)
-{
-    MonSession& self = *static_cast<MonSession*>(ctx);
-    std::lock_guard<std::mutex> hold(self.m_lock);
-    if (std::strncmp(text, kHardwarePrefix, sizeof kHardwarePrefix - 1) == 0)
-        self.m_hardware = Line(text + sizeof kHardwarePrefix - 1);
-    else if (std::strncmp(text, kAckOrigin, sizeof kAckOrigin - 1) == 0 && std::strstr(text, kAckMark))
-        self.m_ack = Line(text + sizeof kAckOrigin - 1);
-}
-
 bool MonSession::Start(const std::string& device, unsigned long baud, std::string& error)
 {
-    // Before anything can trace: the screen belongs to the monitor, not to standard error.
-    mHostLogSetSink(&MonSession::OnLog, this);
+    mHostLogSetSink(DropLog, nullptr);
     m_mm = CMM::GetInstance();
     if (!m_mm || !m_mm->Initialize(MM_DATAKIND_ZELKO, 1)) {
         error = "the manager could not be initialised";
@@ -54,6 +40,47 @@ bool MonSession::Start(const std::string& device, unsigned long baud, std::strin
     return true;
 }
 
+void MonSession::Fetch(int id, MonRecord& record)
+{
+    record.size = m_mm->GetZelkoRecord(id, record.bytes, sizeof record.bytes);
+}
+
+void MonSession::AddMessage(const std::string& what, uint32_t count)
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    char line[96];
+    std::snprintf(line, sizeof line, "%02d:%02d:%02d %s%s", local.tm_hour, local.tm_min, local.tm_sec, what.c_str(),
+                  count > 1 ? (" x" + std::to_string(count)).c_str() : "");
+    m_messages.push_back(line);
+    if (m_messages.size() > kMessagesKept) m_messages.pop_front();
+}
+
+void MonSession::NoteArrivals(const ZelkoParseStats& now)
+{
+    for (unsigned i = 0; i < ZELKO_KIND_COUNT; ++i) {
+        const uint32_t n = now.ulAccepted[i] - m_seen.ulAccepted[i];
+        if (n == 0) continue;
+        const ZelkoKind& kind = kZelkoKinds[i];
+        AddMessage(std::to_string(kind.id) + " " + kind.name, n);
+        if (IsAck(kind.id)) m_ackId = kind.id;
+    }
+    const std::pair<uint32_t ZelkoParseStats::*, const char*> faults[] = {
+        {&ZelkoParseStats::ulChecksumFailures, "checksum failure"},
+        {&ZelkoParseStats::ulEscapeFailures, "escape failure"},
+        {&ZelkoParseStats::ulRefusedLengths, "refused length"},
+        {&ZelkoParseStats::ulUnknownKinds, "unknown kind"},
+        {&ZelkoParseStats::ulResetOverflow, "buffer reset: overflow"},
+        {&ZelkoParseStats::ulResetNoStart, "buffer reset: no start"},
+        {&ZelkoParseStats::ulResetTooMany, "buffer reset: too many frames"},
+        {&ZelkoParseStats::ulResetTrailing, "buffer reset: trailing bytes"},
+    };
+    for (const auto& f : faults)
+        if (now.*f.first != m_seen.*f.first) AddMessage(std::string("---- ") + f.second, now.*f.first - m_seen.*f.first);
+    m_seen = now;
+}
+
 MonSnapshot MonSession::Snapshot()
 {
     MonSnapshot s;
@@ -67,9 +94,13 @@ MonSnapshot MonSession::Snapshot()
     s.resetTimed = m_mm->GetZelkoResetTime(s.resetCommand, s.resetMs) == 1;
     s.measuring = m_resetSentTick != 0 && !s.resetTimed;
     s.measuringMs = mGetMilisec() - m_resetSentTick;
-    std::lock_guard<std::mutex> hold(m_lock);
-    s.hardware = m_hardware;
-    s.ack = m_ack;
+    m_mm->GetParseStats(&s.stats);
+    NoteArrivals(s.stats);
+    Fetch(ZELKO_ID_DR_SENSOR, s.sensor);
+    Fetch(ZELKO_ID_HARDWARE, s.hardware);
+    s.ackId = m_ackId;
+    if (m_ackId) Fetch(m_ackId, s.ack);
+    s.messages.assign(m_messages.begin(), m_messages.end());
     return s;
 }
 

@@ -4,11 +4,21 @@
 #define GPSDR_TOOLS_ZELKO_MON_MONSESSION_H
 
 #include <cstdint>
-#include <mutex>
+#include <deque>
 #include <string>
+#include <vector>
 
 #include "module/MM/MM.h"
 #include "module/MM/MMTypes.h"
+#include "module/position/PositionMgr.h"
+
+enum { MON_RECORD_MAX = 80 };  // room for the largest record of the catalogue
+
+// The last record of one message kind as the manager's parser holds it.
+struct MonRecord {
+    int size = 0;  // 0: none received yet
+    unsigned char bytes[MON_RECORD_MAX] = {};
+};
 
 struct MonSnapshot {
     int portState = MM_PORT_CLOSED;
@@ -26,10 +36,11 @@ struct MonSnapshot {
     unsigned long resetMs = 0;
     bool measuring = false;
     uint32_t measuringMs = 0;
-    // What only the library's trace carries: the hardware text (not stored by the manager)
-    // and the module's last acknowledgement.
-    std::string hardware;
-    std::string ack;
+    ZelkoParseStats stats{};
+    MonRecord sensor, hardware;
+    int ackId = 0;  // the kind of the last acknowledgement, 0 before any
+    MonRecord ack;
+    std::vector<std::string> messages;  // oldest first
 };
 
 class MonSession {
@@ -53,13 +64,16 @@ public:
     void Stop();
 
 private:
-    static void OnLog(int prio, const char* tag, const char* text, void* ctx);
+    // What arrived since the last snapshot, from the differences of the parser's counters.
+    void NoteArrivals(const ZelkoParseStats& now);
+    void AddMessage(const std::string& what, uint32_t count);
+    void Fetch(int id, MonRecord& record);
 
     CMM* m_mm = nullptr;
     uint32_t m_resetSentTick = 0;
-    std::mutex m_lock;  // the trace arrives on the library's threads
-    std::string m_hardware;
-    std::string m_ack;
+    ZelkoParseStats m_seen{};
+    int m_ackId = 0;
+    std::deque<std::string> m_messages;
 };
 
 #endif
