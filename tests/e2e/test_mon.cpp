@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <thread>
@@ -29,22 +30,23 @@ std::string Shell(const std::string& command)
 // One tmux server of this test's own, one 80x24 window.
 struct Tmux {
     const std::string server = "tmux -L gpsdr-mon-" + std::to_string(getpid()) + " -f /dev/null ";
+    std::string pane;  // the last capture
     std::string Run(const std::string& args) { return Shell(server + args + " 2>&1"); }
     ~Tmux() { Run("kill-server"); }
-    // The pane once `ready` holds for it (10 s at most).
+    // Whether the pane comes to satisfy `ready` within 10 s.
     template <typename Ready>
-    std::string WaitFor(Ready ready)
+    bool Until(Ready ready)
     {
-        std::string pane;
-        for (auto end = Clock::now() + std::chrono::seconds(10); Clock::now() < end;) {
-            if (ready(pane = Run("capture-pane -p -t mon"))) break;
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        }
-        return pane;
+        for (auto end = Clock::now() + std::chrono::seconds(10); Clock::now() < end;
+             std::this_thread::sleep_for(std::chrono::milliseconds(200)))
+            if (ready(pane = Run("capture-pane -p -t mon"))) return true;
+        return false;
     }
-    std::string WaitText(const std::string& text)
+    bool Shows(const std::vector<std::string>& texts)
     {
-        return WaitFor([&](const std::string& p) { return p.find(text) != std::string::npos; });
+        return Until([&](const std::string& p) {
+            return std::all_of(texts.begin(), texts.end(), [&](const std::string& t) { return p.find(t) != p.npos; });
+        });
     }
 };
 
@@ -77,7 +79,7 @@ TEST(ZelkoMon, ShowsTheModuleSendsItsCommandsAndSurvivesItsLoss)
     if (Shell("command -v tmux").empty()) GTEST_SKIP() << "tmux is not installed";
     const std::string base = testing::TempDir() + "zelko_mon_" + std::to_string(getpid());
     const std::string truth = base + ".json";
-    tooltest::Child sim = tooltest::Spawn("zelko-sim", {"--rate", "1", "--seed", "5", "--truth", truth});
+    tooltest::Child sim = tooltest::Spawn("zelko-sim", {"--rate", "1", "--seed", "5", "--cold-start", "1", "--truth", truth});
     std::string pty;
     ASSERT_TRUE(tooltest::Read(sim.out, pty, Clock::now() + std::chrono::seconds(5)));
     Tmux tmux;
@@ -88,40 +90,32 @@ TEST(ZelkoMon, ShowsTheModuleSendsItsCommandsAndSurvivesItsLoss)
     };
 
     // The identity answers the library's own start-up queries; the mount angle needs the key.
-    tmux.WaitText("App 2.2.0  ZELKO-DR7 GNSS 2.4.1");
+    ASSERT_TRUE(tmux.Shows({"App 2.2.0  ZELKO-DR7 GNSS 2.4.1"})) << tmux.pane;
     tmux.Run("send-keys -t mon s");
-    std::string pane = tmux.WaitFor([&](const std::string& p) {
-        return p.find("HW ZK7-MB REV.C") != std::string::npos && p.find("Mount pitch 0 roll 0 deg") != std::string::npos;
-    });
-    EXPECT_EQ(commands("\"frame\":\"81 02 70 60 2B 82\""), 1u) << pane;
-    pane = tmux.WaitFor([&](const std::string& p) { return ShowsTruth(p, truth); });
-    EXPECT_TRUE(ShowsTruth(pane, truth)) << pane;
+    EXPECT_TRUE(tmux.Shows({"HW ZK7-MB REV.C", "Mount pitch 0 roll 0 deg"})) << tmux.pane;
+    EXPECT_EQ(commands("\"frame\":\"81 02 11 01 E9 82\""), 2u);
+    EXPECT_TRUE(tmux.Until([&](const std::string& p) { return ShowsTruth(p, truth); })) << tmux.pane;
     // 80x24 holds every panel in place: a line too long would wrap and push the rest down.
-    const std::vector<std::string> rows = tooltest::Lines(pane);
-    ASSERT_EQ(rows.size(), 24u) << pane;
-    EXPECT_EQ(rows[1].substr(40, 14), "-- Satellites:") << pane;
-    EXPECT_EQ(rows[23].substr(0, 9), "s queries") << pane;
+    const std::vector<std::string> rows = tooltest::Lines(tmux.pane);
+    ASSERT_EQ(rows.size(), 24u) << tmux.pane;
+    EXPECT_EQ(rows[1].substr(40, 14), "-- Satellites:") << tmux.pane;
+    EXPECT_EQ(rows[23].substr(0, 9), "s queries") << tmux.pane;
 
     tmux.Run("send-keys -t mon 1");
-    pane = tmux.WaitText("Ack: SysCmdAck  command 0x05  state 0");
-    EXPECT_NE(pane.find("Ack: SysCmdAck  command 0x05  state 0"), std::string::npos) << pane;
-    EXPECT_NE(pane.find(" 1003 SysCmdAck\n"), std::string::npos) << pane;
+    EXPECT_TRUE(tmux.Shows({"Ack: SysCmdAck  command 0x05  state 0", " 1003 SysCmdAck\n"})) << tmux.pane;
     EXPECT_EQ(commands("\"frame\":\"81 03 05 F5 82\""), 1u);
-
     tmux.Run("send-keys -t mon m '3 -2' Enter");
-    pane = tmux.WaitText("Ack: SAndQAckNoIdx  code 0x70  subcode 0x60  state 0");
-    EXPECT_NE(pane.find("Ack: SAndQAckNoIdx  code 0x70  subcode 0x60  state 0"), std::string::npos) << pane;
+    EXPECT_TRUE(tmux.Shows({"Ack: SAndQAckNoIdx  code 0x70  subcode 0x60  state 0", "Reset 1: first fix after "}))
+        << tmux.pane;
     EXPECT_EQ(commands("\"frame\":\"81 01 70 60 02 00 00"), 1u);
     EXPECT_EQ(commands("\"outcome\":\"set 70/60 type 0 pitch 3 roll -2 -> 1001\""), 1u);
 
     kill(sim.pid, SIGTERM);
     tooltest::Reap(sim, Clock::now() + std::chrono::seconds(5));
-    pane = tmux.WaitText("port data stopped");
-    EXPECT_NE(pane.find("Port data stopped (5)"), std::string::npos) << pane;
+    EXPECT_TRUE(tmux.Shows({"Port data stopped (5)"})) << tmux.pane;
     tmux.Run("send-keys -t mon q");
-    pane = tmux.WaitText("EXIT=");
-    EXPECT_NE(pane.find("EXIT=0"), std::string::npos) << pane;
-    EXPECT_EQ(pane.find("zelko-mon"), std::string::npos) << pane;
+    EXPECT_TRUE(tmux.Shows({"EXIT=0"})) << tmux.pane;
+    EXPECT_EQ(tmux.pane.find("zelko-mon"), std::string::npos) << tmux.pane;
     EXPECT_EQ(tooltest::ReadText(base + ".after"), tooltest::ReadText(base + ".before"));
 }
 
