@@ -12,7 +12,7 @@
 
 namespace {
 
-const uint8_t kFix3D = 0x11;  // the module's "GPS fix" mode value
+const uint8_t kFix3D = ZelkoGpsFix::MODE_FIX;
 
 // Module coordinates (2^31 = 180 degrees) in the configured unit; a pair of zeros means "none"
 // and stays zero rather than becoming a datum-shifted origin.
@@ -217,8 +217,8 @@ void CPositionMgr::OnGpsFix(const unsigned char* f)
 {
     using namespace ZelkoGpsFix;
     const uint8_t modeByte = ZelkoGet(f, kMode);
-    const uint8_t mode = static_cast<uint8_t>(modeByte & 0x3F);
-    const bool threeD = Bit(modeByte, 6) != 0;
+    const uint8_t mode = static_cast<uint8_t>(modeByte & MODE_MASK);
+    const bool threeD = Bit(modeByte, MODE_3D_BIT) != 0;
 
     const _mLonLat pos = ModuleLonLat(m_ucUnitKind, ZelkoGet(f, kLat), ZelkoGet(f, kLon));
     m_stSub.lLon = m_stEng.lGpsLon = pos.lLon;

@@ -52,9 +52,36 @@ enum class ZelkoUnit : uint8_t {
     Metres,
     Dop256,      // 1/256
     Millisecond,
+    Degree,
+    Degree2,     // 2 degrees
+    DbHz5,       // 0.2 dB-Hz
+    FixMode,     // a GPS fix mode byte, ZelkoGpsFix::MODE_*
     Float,       // IEEE single precision
     Text16,      // 16 bytes of multibyte text, EUC-KR
 };
+
+// A scaled unit in the units GPS users read: degrees, metres, m/s, seconds, dB-Hz; decimals
+// enough for its resolution. factor is 0 for the units that are no scaled number.
+struct ZelkoScale {
+    double factor;
+    uint8_t decimals;
+};
+
+constexpr ZelkoScale ZelkoScaleOf(ZelkoUnit unit)
+{
+    switch (unit) {
+    case ZelkoUnit::Angle31: return {180.0 / 2147483648.0, 7};
+    case ZelkoUnit::Heading15: return {180.0 / 32768.0, 2};
+    case ZelkoUnit::CmPerSec: return {0.01, 2};
+    case ZelkoUnit::Dop256: return {1.0 / 256.0, 2};
+    case ZelkoUnit::Millisecond: return {0.001, 3};
+    case ZelkoUnit::Metres:
+    case ZelkoUnit::Degree: return {1.0, 0};
+    case ZelkoUnit::Degree2: return {2.0, 0};
+    case ZelkoUnit::DbHz5: return {0.2, 1};
+    default: return {0.0, 0};
+    }
+}
 
 struct ZelkoField {
     const char* name;
@@ -147,11 +174,11 @@ namespace ZelkoFixWithRawDR {
 inline constexpr auto kStatus = ZelkoFieldAt<uint8_t>("status", 3, ZelkoUnit::Hex);
 inline constexpr auto kStatus2 = ZelkoFieldAt<uint8_t>("status2", 4, ZelkoUnit::Hex);
 inline constexpr auto kDRTime = ZelkoFieldAt<uint32_t>("dr_time", 6, ZelkoUnit::Millisecond);
-inline constexpr auto kLat = ZelkoFieldAt<int32_t>("lat_raw", 10, ZelkoUnit::Angle31);
-inline constexpr auto kLon = ZelkoFieldAt<int32_t>("lon_raw", 14, ZelkoUnit::Angle31);
+inline constexpr auto kLat = ZelkoFieldAt<int32_t>("lat", 10, ZelkoUnit::Angle31);
+inline constexpr auto kLon = ZelkoFieldAt<int32_t>("lon", 14, ZelkoUnit::Angle31);
 inline constexpr auto kAlt = ZelkoFieldAt<int16_t>("alt", 18, ZelkoUnit::Metres);
-inline constexpr auto kHeading = ZelkoFieldAt<uint16_t>("heading_raw", 20, ZelkoUnit::Heading15);
-inline constexpr auto kSpeed = ZelkoFieldAt<uint16_t>("speed_raw", 22, ZelkoUnit::CmPerSec);
+inline constexpr auto kHeading = ZelkoFieldAt<uint16_t>("heading", 20, ZelkoUnit::Heading15);
+inline constexpr auto kSpeed = ZelkoFieldAt<uint16_t>("speed", 22, ZelkoUnit::CmPerSec);
 // DR values carried as they stand; 2 and 3 are also read unsigned.
 inline constexpr auto kDRValue1 = ZelkoFieldAt<uint16_t>("dr_value_1", 24, ZelkoUnit::Count);
 inline constexpr auto kDRValue2 = ZelkoFieldAt<int16_t>("dr_value_2", 26, ZelkoUnit::Count);
@@ -168,11 +195,14 @@ inline constexpr ZelkoField kFields[] = {kStatus,   kStatus2,  kDRTime,   kLat, 
 
 // GpsFixMsg and GpsFixMsgEx: the longer kind has the same fields at the same places.
 namespace ZelkoGpsFix {
-inline constexpr auto kMode = ZelkoFieldAt<uint8_t>("mode", 7, ZelkoUnit::Hex);
-inline constexpr auto kLat = ZelkoFieldAt<int32_t>("lat_raw", 9, ZelkoUnit::Angle31);
-inline constexpr auto kLon = ZelkoFieldAt<int32_t>("lon_raw", 13, ZelkoUnit::Angle31);
-inline constexpr auto kHeading = ZelkoFieldAt<uint16_t>("heading_raw", 19, ZelkoUnit::Heading15);
-inline constexpr auto kSpeed = ZelkoFieldAt<uint16_t>("speed_raw", 21, ZelkoUnit::CmPerSec);
+// The mode byte: its low six bits are MODE_FIX for a fix (anything else is none), and bit
+// MODE_3D_BIT marks a 3-D one.
+enum : uint8_t { MODE_MASK = 0x3F, MODE_FIX = 0x11, MODE_3D_BIT = 6 };
+inline constexpr auto kMode = ZelkoFieldAt<uint8_t>("mode", 7, ZelkoUnit::FixMode);
+inline constexpr auto kLat = ZelkoFieldAt<int32_t>("lat", 9, ZelkoUnit::Angle31);
+inline constexpr auto kLon = ZelkoFieldAt<int32_t>("lon", 13, ZelkoUnit::Angle31);
+inline constexpr auto kHeading = ZelkoFieldAt<uint16_t>("heading", 19, ZelkoUnit::Heading15);
+inline constexpr auto kSpeed = ZelkoFieldAt<uint16_t>("speed", 21, ZelkoUnit::CmPerSec);
 inline constexpr ZelkoField kFields[] = {kMode, kLat, kLon, kHeading, kSpeed};
 }  // namespace ZelkoGpsFix
 
@@ -183,9 +213,10 @@ inline constexpr auto kDay = ZelkoFieldAt<uint8_t>("day", 6, ZelkoUnit::Count);
 inline constexpr auto kHour = ZelkoFieldAt<uint8_t>("hour", 7, ZelkoUnit::Count);
 inline constexpr auto kMinute = ZelkoFieldAt<uint8_t>("minute", 8, ZelkoUnit::Count);
 inline constexpr auto kSecond = ZelkoFieldAt<uint8_t>("second", 9, ZelkoUnit::Count);
-inline constexpr auto kDop1 = ZelkoFieldAt<uint16_t>("dop1_raw", 11, ZelkoUnit::Dop256);
-inline constexpr auto kDop2 = ZelkoFieldAt<uint16_t>("dop2_raw", 13, ZelkoUnit::Dop256);
-inline constexpr auto kDop3 = ZelkoFieldAt<uint16_t>("dop3_raw", 15, ZelkoUnit::Dop256);
+// D1, D2 and D3 of the record: position, horizontal and vertical dilution of precision.
+inline constexpr auto kDop1 = ZelkoFieldAt<uint16_t>("pdop", 11, ZelkoUnit::Dop256);
+inline constexpr auto kDop2 = ZelkoFieldAt<uint16_t>("hdop", 13, ZelkoUnit::Dop256);
+inline constexpr auto kDop3 = ZelkoFieldAt<uint16_t>("vdop", 15, ZelkoUnit::Dop256);
 inline constexpr auto kFixKind = ZelkoFieldAt<uint8_t>("fix_kind", 18, ZelkoUnit::Low4);
 inline constexpr auto kSatsUsed = ZelkoFieldAt<uint8_t>("sats_used", 20, ZelkoUnit::Low4);
 inline constexpr ZelkoField kFields[] = {kYear, kMonth, kDay,  kHour,    kMinute,  kSecond,
@@ -196,9 +227,9 @@ namespace ZelkoChannelMeas {
 inline constexpr auto kChannel = ZelkoFieldAt<uint8_t>("channel", 3, ZelkoUnit::Count);
 inline constexpr auto kSat = ZelkoFieldAt<uint8_t>("sat", 4, ZelkoUnit::Count);
 inline constexpr auto kState = ZelkoFieldAt<uint8_t>("state", 5, ZelkoUnit::Hex);
-inline constexpr auto kSnr = ZelkoFieldAt<uint8_t>("snr_raw", 6, ZelkoUnit::Count);          // 0.2 dB-Hz
-inline constexpr auto kAzimuth = ZelkoFieldAt<uint8_t>("azimuth_raw", 7, ZelkoUnit::Count);  // 2 degrees
-inline constexpr auto kElevation = ZelkoFieldAt<uint8_t>("elevation", 8, ZelkoUnit::Count);  // degrees
+inline constexpr auto kSnr = ZelkoFieldAt<uint8_t>("snr", 6, ZelkoUnit::DbHz5);
+inline constexpr auto kAzimuth = ZelkoFieldAt<uint8_t>("azimuth", 7, ZelkoUnit::Degree2);
+inline constexpr auto kElevation = ZelkoFieldAt<uint8_t>("elevation", 8, ZelkoUnit::Degree);
 inline constexpr ZelkoField kFields[] = {kChannel, kSat, kState, kSnr, kAzimuth, kElevation};
 }  // namespace ZelkoChannelMeas
 

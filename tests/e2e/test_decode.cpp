@@ -15,6 +15,7 @@ namespace {
 
 using tooltest::Lines;
 using tooltest::Number;
+using tooltest::Text;
 
 std::string TempFile(const std::string& name)
 {
@@ -27,28 +28,29 @@ std::string Source(const std::string& path)
     return std::string(dir ? dir : ".") + "/" + path;
 }
 
-std::vector<std::string> OfType(const std::vector<std::string>& lines, const std::string& type)
+std::vector<std::string> OfClass(const std::vector<std::string>& lines, const std::string& objectClass)
 {
     std::vector<std::string> out;
     for (const std::string& l : lines) {
-        if (l.find("{\"type\":\"" + type + "\"") == 0) out.push_back(l);
+        if (l.find("{\"class\":\"" + objectClass + "\"") == 0) out.push_back(l);
     }
     return out;
 }
 
 // The simulator records which frames it spoiled; the decoder must count exactly those and report
-// a position, at the played coordinates, for every fix message that arrived intact, whatever
-// noise lies between the frames. The simulator writes a timed capture, which reads as the stream.
+// a position, at the played coordinates, time and fix, for every fix message that arrived intact,
+// and each epoch's satellites in view and used, whatever noise lies between the frames. The
+// simulator writes a timed capture, which reads as the stream.
 TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
 {
     const std::string cap = TempFile("sim.bin"), truth = TempFile("sim.jsonl"), gpx = TempFile("sim.gpx");
     ASSERT_EQ(tooltest::Run("zelko-sim", {"--capture", cap, "--truth", truth, "--duration", "30", "--rate", "2",
-                                          "--seed", "5", "--corrupt", "0.05", "--noise", "0.9"})
+                                          "--seed", "5", "--corrupt", "0.05", "--noise", "0.9", "--tunnel", "10:5"})
                   .status,
               0);
     size_t corrupt = 0;
-    std::vector<std::string> intactFixes;
-    for (const std::string& line : Lines(tooltest::ReadText(truth))) {
+    std::vector<std::string> intactFixes, cycles = Lines(tooltest::ReadText(truth));
+    for (const std::string& line : cycles) {
         const size_t list = line.find("\"corrupt\":[");
         ASSERT_NE(list, std::string::npos) << line;
         const std::string ids = line.substr(list + 11, line.find(']', list) - list - 11);
@@ -59,17 +61,36 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
 
     const tooltest::RunResult r = tooltest::Run("zelko-decode", {"--gpx", gpx, cap});
     ASSERT_EQ(r.status, 0);
-    const std::vector<std::string> lines = Lines(r.out), positions = OfType(lines, "pos");
+    const std::vector<std::string> lines = Lines(r.out), positions = OfClass(lines, "TPV"), skies = OfClass(lines, "SKY");
     ASSERT_FALSE(lines.empty());
-    ASSERT_EQ(OfType(lines, "summary"), std::vector<std::string>{lines.back()});
+    ASSERT_EQ(OfClass(lines, "SUMMARY"), std::vector<std::string>{lines.back()});
     EXPECT_EQ(Number(lines.back(), "checksum_failures"), corrupt);
     EXPECT_EQ(Number(lines.back(), "refused"), corrupt);
     ASSERT_EQ(positions.size(), intactFixes.size());
-    EXPECT_EQ(tooltest::CountOf(tooltest::ReadText(gpx), "<trkpt "), positions.size());
+    const std::string track = tooltest::ReadText(gpx);
+    EXPECT_EQ(tooltest::CountOf(track, "<trkpt "), positions.size());
     const double unit = 180.0 / 2147483648.0;  // the module's angle unit in degrees
+    size_t deadReckoned = 0;
     for (size_t i = 0; i < positions.size(); ++i) {
-        EXPECT_NEAR(Number(positions[i], "lat"), Number(intactFixes[i], "lat_raw") * unit, 1e-5) << positions[i];
-        EXPECT_NEAR(Number(positions[i], "lon"), Number(intactFixes[i], "lon_raw") * unit, 1e-5) << positions[i];
+        SCOPED_TRACE(positions[i]);
+        EXPECT_NEAR(Number(positions[i], "lat"), Number(intactFixes[i], "lat_raw") * unit, 1e-5);
+        EXPECT_NEAR(Number(positions[i], "lon"), Number(intactFixes[i], "lon_raw") * unit, 1e-5);
+        const bool summaryLost = intactFixes[i].find("3201") != std::string::npos;  // the time stays the last one
+        EXPECT_TRUE(summaryLost || Text(positions[i], "time") == Text(intactFixes[i], "utc")) << intactFixes[i];
+        const bool dr = Text(intactFixes[i], "fix") == "dr";
+        EXPECT_EQ(Text(positions[i], "fix"), dr ? "DR" : "3D");
+        EXPECT_EQ(Number(positions[i], "mode"), dr ? 2 : 3);
+        deadReckoned += dr ? 1 : 0;
+    }
+    EXPECT_GT(deadReckoned, 0u);
+    EXPECT_EQ(tooltest::CountOf(track, "<type>DR</type><fix>none</fix><sat>0</sat></trkpt>"), deadReckoned);
+    // One report per epoch; where none of its frames was spoiled, all 12 satellites in view.
+    ASSERT_EQ(skies.size(), cycles.size());
+    for (size_t i = 0; i < skies.size(); ++i) {
+        if (cycles[i].find("\"corrupt\":[]") == std::string::npos) continue;
+        EXPECT_EQ(Number(skies[i], "nSat"), 12) << skies[i];
+        EXPECT_EQ(Number(skies[i], "uSat"), Number(cycles[i], "sats")) << skies[i];
+        EXPECT_EQ(tooltest::CountOf(skies[i], "\"used\":true"), Number(cycles[i], "sats")) << skies[i];
     }
     std::remove(cap.c_str());
     std::remove(truth.c_str());
@@ -87,8 +108,8 @@ TEST(ZelkoDecode, ReadsALiveDeviceUntilItHangsUp)
     ASSERT_EQ(r.status, 0);
     const std::vector<std::string> lines = Lines(r.out);
     ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(OfType(lines, "summary"), std::vector<std::string>{lines.back()});
-    EXPECT_GE(OfType(lines, "pos").size(), 3u) << r.out;
+    EXPECT_EQ(OfClass(lines, "SUMMARY"), std::vector<std::string>{lines.back()});
+    EXPECT_GE(OfClass(lines, "TPV").size(), 3u) << r.out;
 }
 
 // What users and scripts meet first: help, version, bad options, inputs that hold nothing and
@@ -112,11 +133,15 @@ TEST(ZelkoTools, CommandLineAndInputFaultsAreNamed)
         {{"zelko-decode", "-V"}, 0, "zelko-decode ", ""},
         {{"zelko-decode", "--bogus"}, 2, "", "zelko-decode: unknown option --bogus\n"},
         {{"zelko-decode", "--gpx"}, 2, "", "zelko-decode: option --gpx needs a value\n"},
-        {{"zelko-decode", empty}, 3, "{\"type\":\"summary\",\"bytes\":0,", "no Zelko frame in " + empty + " (0 bytes)"},
-        {{"zelko-decode", noise}, 3, "{\"type\":\"msg\",\"id\":0,", "no Zelko frame in " + noise + " (5000 bytes)"},
+        {{"zelko-decode", empty}, 3, "{\"class\":\"SUMMARY\",\"bytes\":0,", "no Zelko frame in " + empty + " (0 bytes)"},
+        {{"zelko-decode", noise}, 3, "{\"class\":\"REFUSED\",", "no Zelko frame in " + noise + " (5000 bytes)"},
+        {{"zelko-decode", "--only", "3003"}, 2, "", "bad value for --only: '3003' ('3003' is no message id or class)"},
         {{"zelko-decode", Source("tests/captures/noise.bin")}, 0, "{",
          "byte 1392: refused frame 0x31/0x01, 34 bytes: bad checksum\n"
          "zelko-decode: byte 1493: input ends inside a frame (48 bytes)\n"},
+        {{"zelko-decode", "--only", "SKY,3002", "--skip", "3002", Source("tests/captures/drive.bin")}, 0,
+         "{\"class\":\"SKY\",\"time\":\"2024-03-15T09:30:00Z\",\"hdop\":1.4,\"vdop\":1.8,\"pdop\":2.3,\"nSat\":6,\"uSat\":4,"
+         "\"satellites\":[{\"PRN\":2,\"el\":5,\"az\":0,\"ss\":27,\"used\":false},{\"PRN\":5,", ""},
         {{"zelko-sim", "--help"}, 0, "usage: zelko-sim [options]\n", ""},
         {{"zelko-sim", "--version"}, 0, "zelko-sim ", ""},
         {{"zelko-sim", "--rate", "11"}, 2, "", "zelko-sim: bad value for --rate: '11'\n"},
@@ -168,7 +193,7 @@ TEST(ZelkoTools, StopSignalsEndEveryInput)
         EXPECT_LT(tooltest::Clock::now(), deadline);
         if (c.command[0] == "zelko-decode") {
             ASSERT_FALSE(lines.empty());
-            EXPECT_EQ(lines.back().rfind("{\"type\":\"summary\"", 0), 0u) << lines.back();
+            EXPECT_EQ(lines.back().rfind("{\"class\":\"SUMMARY\"", 0), 0u) << lines.back();
         }
     }
 }

@@ -10,6 +10,11 @@ struct GpxPoint {
     double lon = 0;
     double ele = 0;    // metres
     std::string time;  // ISO 8601 UTC, or empty
+    // How good the fix was, in GPX's own elements; left at their defaults they are not written.
+    std::string type{};  // how the position was found ("GPS", "DR")
+    std::string fix{};   // "none", "2d", "3d"
+    int sat = -1;      // satellites used
+    double hdop = -1, vdop = -1, pdop = -1;
 };
 
 struct GpxTrack {

@@ -30,9 +30,9 @@ JsonLine& JsonLine::Text(const char* key, const std::string& v)
     return *this;
 }
 
-JsonLine& JsonLine::Null(const char* key)
+JsonLine& JsonLine::Bool(const char* key, bool v)
 {
-    Key(key).m_body += "null";
+    Key(key).m_body += v ? "true" : "false";
     return *this;
 }
 

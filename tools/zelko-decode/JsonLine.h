@@ -12,7 +12,7 @@ public:
     // output stays byte-identical across runs and platforms.
     JsonLine& Fixed(const char* key, double v, int decimals);
     JsonLine& Text(const char* key, const std::string& v);
-    JsonLine& Null(const char* key);
+    JsonLine& Bool(const char* key, bool v);
     // A pre-formatted JSON value (array, nested object).
     JsonLine& Raw(const char* key, const std::string& json);
     std::string Str() const { return "{" + m_body + "}"; }

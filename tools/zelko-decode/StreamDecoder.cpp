@@ -6,6 +6,7 @@
 
 #include "platform/mAndroidLog.h"
 #include "tools/zelko-decode/JsonLine.h"
+#include "module/position/ZelkoCatalogue.h"
 #include "tools/zelko-decode/MessageFields.h"
 
 namespace {
@@ -20,11 +21,23 @@ const unsigned char kZelkoKind = 1;
 const unsigned char kUnitWgs84 = 1;
 const unsigned short kDRKind = 1;
 
+const char kRefusedClass[] = "REFUSED";
+
 std::string Hex8(unsigned char v)
 {
     char text[8];
     std::snprintf(text, sizeof text, "0x%02X", v);
     return text;
+}
+
+// Why the library refused the frame it just read, from its counters before and after.
+const char* RefusalOf(const ZelkoParseStats& before, const ZelkoParseStats& after)
+{
+    if (after.ulChecksumFailures != before.ulChecksumFailures) return "bad checksum";
+    if (after.ulEscapeFailures != before.ulEscapeFailures) return "escapes that cannot be removed";
+    if (after.ulRefusedLengths != before.ulRefusedLengths) return "a length of no known kind";
+    if (after.ulUnknownKinds != before.ulUnknownKinds) return "code and subcode of no known kind";
+    return "not a frame";
 }
 
 // Where the frame in a piece starts (the size when it has none). The library's own search
@@ -67,26 +80,37 @@ void StreamDecoder::HandlePiece()
 {
     const unsigned short len = static_cast<unsigned short>(m_piece.size());
     const int id = m_parser.Parsing(m_piece.data(), len, 0);
+    // An epoch's satellites (one channel message each) end with the first other message, before
+    // it changes the record.
+    if (id > 0 && id != ZELKO_ID_CHANNEL_MEAS && !m_sky.Empty()) PrintSky();
 
-    const uint64_t checksumFailures = m_counts.checksumFailures;
+    const ZelkoParseStats before = m_stats;
     const int fix = m_positionMgr.ParsingZelko(reinterpret_cast<char*>(m_piece.data()), len);
-    ZelkoParseStats stats;
-    m_positionMgr.GetParseStats(&stats);
-    m_counts.checksumFailures = stats.ulChecksumFailures;
+    m_positionMgr.GetParseStats(&m_stats);
+    m_counts.checksumFailures = m_stats.ulChecksumFailures;
     // The resets the library traces; the silent drop of bytes behind a frame is not one.
-    m_counts.storeResets = uint64_t{stats.ulResetOverflow} + stats.ulResetNoStart + stats.ulResetTooMany;
-    PrintFrame(id, m_counts.checksumFailures != checksumFailures);
+    m_counts.storeResets = uint64_t{m_stats.ulResetOverflow} + m_stats.ulResetNoStart + m_stats.ulResetTooMany;
+    PrintFrame(id, RefusalOf(before, m_stats));
     m_pieceOffset += len;
     m_piece.clear();
+    if (id == ZELKO_ID_CHANNEL_MEAS)
+        m_sky.Add(ZelkoGet(ZelkoKindById(id)->slot.record(m_parser), ZelkoChannelMeas::kSat));
     if (!fix) return;
 
     ++m_counts.positions;
-    _mGpsDataEx pos{};
-    m_positionMgr.GetPosData(&pos);
-    if (m_out.position) m_out.position(pos);
+    DecodedFix decoded;
+    _sZelkoTimeData time{};
+    _mGPSDREngineerInfo engineering{};
+    m_positionMgr.GetPosData(&decoded.pos);
+    m_positionMgr.GetZelkoTimeData(&time);
+    m_positionMgr.GetEngineeringModeData(&engineering);
+    decoded.drTimeMs = time.ulDRTime;
+    decoded.gpsFixState = engineering.ucFixState;
+    Print(0, "TPV", PositionJson(decoded));
+    if (m_out.position) m_out.position(decoded);
 }
 
-void StreamDecoder::PrintFrame(int id, bool badChecksum)
+void StreamDecoder::PrintFrame(int id, const char* refusal)
 {
     if (id < 0) return;  // no frame in this piece
     ++m_counts.frames;
@@ -95,10 +119,14 @@ void StreamDecoder::PrintFrame(int id, bool badChecksum)
     const unsigned frameLen =
         CZELKOParser::FindEndMsg(piece + start, static_cast<unsigned short>(m_piece.size() - start)) + 1u;
 
+    const char* kind = id > 0 ? MessageKindName(id) : nullptr;
     JsonLine line;
-    line.Text("type", "msg").Int("id", id).Int("len", frameLen);
-    if (id > 0 && AppendMessageFields(line, m_parser, id)) {
+    line.Text("class", kind ? kind : kRefusedClass);
+    if (kind) line.Int("id", id);
+    line.Int("offset", static_cast<int64_t>(m_pieceOffset + start)).Int("len", frameLen);
+    if (kind) {
         ++m_counts.messages;
+        AppendMessageFields(line, m_parser, id);
     } else {
         ++m_counts.refused;
         std::string what = "refused frame";
@@ -107,14 +135,29 @@ void StreamDecoder::PrintFrame(int id, bool badChecksum)
             line.Text("code", code).Text("subcode", subcode);
             what += " " + code + "/" + subcode;
         }
-        what += ", " + std::to_string(frameLen) + " bytes: " + (badChecksum ? "bad checksum" : "unknown kind or malformed");
+        what += ", " + std::to_string(frameLen) + " bytes: " + refusal;
         Note(m_pieceOffset + start, what);
     }
-    if (m_out.line) m_out.line(line.Str());
+    Print(kind ? id : 0, kind ? kind : kRefusedClass, line.Str());
+}
+
+void StreamDecoder::PrintSky()
+{
+    _mSatelView table[CPositionMgr::SATEL_TABLE_SIZE];
+    _mGpsDataEx pos{};
+    m_positionMgr.GetSatelData(table);
+    m_positionMgr.GetPosData(&pos);
+    Print(0, "SKY", m_sky.Take(table, pos));
+}
+
+void StreamDecoder::Print(int id, const char* objectClass, const std::string& json)
+{
+    if (m_out.line && m_out.filter.Shows(id, objectClass)) m_out.line(json);
 }
 
 void StreamDecoder::Finish()
 {
+    if (!m_sky.Empty()) PrintSky();
     const size_t start = StartOf(m_piece);
     if (start < m_piece.size())
         Note(m_pieceOffset + start, "input ends inside a frame (" + std::to_string(m_piece.size() - start) + " bytes)");
@@ -128,7 +171,7 @@ void StreamDecoder::Note(uint64_t offset, const std::string& what)
 std::string StreamDecoder::SummaryJson() const
 {
     return JsonLine()
-        .Text("type", "summary")
+        .Text("class", "SUMMARY")
         .Int("bytes", static_cast<int64_t>(m_counts.bytes))
         .Int("frames", static_cast<int64_t>(m_counts.frames))
         .Int("messages", static_cast<int64_t>(m_counts.messages))

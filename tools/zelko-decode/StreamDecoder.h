@@ -18,6 +18,9 @@
 
 #include "module/position/PositionMgr.h"
 #include "module/position/ZELKOParser.h"
+#include "tools/zelko-decode/ObjectFilter.h"
+#include "tools/zelko-decode/PositionRecord.h"
+#include "tools/zelko-decode/SkyReport.h"
 
 struct DecodeCounts {
     uint64_t bytes = 0;
@@ -33,8 +36,9 @@ class StreamDecoder {
 public:
     struct Output {
         std::function<void(const std::string&)> line;          // one JSON line, no newline
-        std::function<void(const _mGpsDataEx&)> position;       // after each position update
+        std::function<void(const DecodedFix&)> position;        // after each position update
         std::function<void(const std::string&)> note;          // a fault of the input, for people
+        ObjectFilter filter;                                    // which objects go to line
     };
 
     // Takes over the host log for the decoder's lifetime: with echoTrace library traces are
@@ -45,7 +49,7 @@ public:
     StreamDecoder& operator=(const StreamDecoder&) = delete;
 
     void Feed(const unsigned char* data, size_t len);
-    // At the end of the input: notes a frame cut off by it.
+    // At the end of the input: prints the last epoch's satellites, notes a frame cut off.
     void Finish();
     // The final summary line; bytes of an unfinished frame at the end are not counted as one.
     std::string SummaryJson() const;
@@ -54,7 +58,9 @@ public:
 private:
     static void OnLog(int prio, const char* tag, const char* text, void* ctx);
     void HandlePiece();
-    void PrintFrame(int id, bool badChecksum);
+    void PrintFrame(int id, const char* refusal);
+    void PrintSky();
+    void Print(int id, const char* objectClass, const std::string& json);
     void Note(uint64_t offset, const std::string& what);
 
     Output m_out;
@@ -63,6 +69,8 @@ private:
     CZELKOParser m_parser;
     std::vector<unsigned char> m_piece;
     uint64_t m_pieceOffset = 0;  // of the piece's first byte in the input
+    ZelkoParseStats m_stats{};  // the library's counters after the last piece
+    SkyEpoch m_sky;
     DecodeCounts m_counts;
 };
 
