@@ -1,5 +1,9 @@
 // zelko-decode against the simulator's truth on a longer corrupted capture, and a live read from a
 // pseudo-terminal (its exact output is pinned by the recorded captures of the position suite).
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -7,6 +11,7 @@
 #include <fstream>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/e2e/ToolProcess.h"
@@ -110,6 +115,46 @@ TEST(ZelkoDecode, ReadsALiveDeviceUntilItHangsUp)
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(OfClass(lines, "SUMMARY"), std::vector<std::string>{lines.back()});
     EXPECT_GE(OfClass(lines, "TPV").size(), 3u) << r.out;
+}
+
+// gpsd's own gpxlogger, served the decoder's TPV and SKY objects as gpsd serves its reports, logs
+// every position with its fix and the satellites and DOPs of its epoch: the shapes are the ones
+// gpsd's clients read.
+TEST(ZelkoDecode, GpsdClientsReadItsObjects)
+{
+    if (access("/usr/bin/gpxlogger", X_OK) != 0) GTEST_SKIP() << "gpsd-clients is not installed";
+    const std::string objects =
+        tooltest::Run("zelko-decode", {"--only", "TPV,SKY", Source("tests/captures/tunnel.bin")}).out;
+    const int server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    ASSERT_EQ(bind(server, reinterpret_cast<sockaddr*>(&addr), len), 0);
+    ASSERT_EQ(listen(server, 1) | getsockname(server, reinterpret_cast<sockaddr*>(&addr), &len), 0);
+    std::thread gpsd([&] {
+        const int client = accept(server, nullptr, nullptr);
+        const std::string text = "{\"class\":\"VERSION\",\"release\":\"3.22\",\"proto_major\":3,\"proto_minor\":14}\n";
+        EXPECT_EQ(write(client, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        tooltest::ReadUntil(client, tooltest::Clock::now() + std::chrono::milliseconds(500), true);  // its ?WATCH
+        EXPECT_EQ(write(client, objects.data(), objects.size()), static_cast<ssize_t>(objects.size()));
+        shutdown(client, SHUT_WR);
+        tooltest::ReadUntil(client, tooltest::Clock::now() + std::chrono::seconds(5));
+        close(client);
+    });
+    const std::string gpx = TempFile("gpxlogger.gpx");
+    tooltest::Run("/usr/bin/gpxlogger", {"-f", gpx, "127.0.0.1:" + std::to_string(ntohs(addr.sin_port))}, {},
+                  std::chrono::seconds(10));
+    gpsd.join();
+    close(server);
+    const std::string track = tooltest::ReadText(gpx);
+    EXPECT_EQ(tooltest::CountOf(track, "<trkpt "), 7u) << track;
+    EXPECT_EQ(tooltest::CountOf(track, "<fix>2d</fix>"), tooltest::CountOf(objects, "\"fix\":\"DR\""));
+    EXPECT_EQ(tooltest::CountOf(track, "<fix>3d</fix>\n    <sat>4</sat>\n    <hdop>1.4</hdop>\n    <vdop>1.8</vdop>"),
+              tooltest::CountOf(objects, "\"fix\":\"3D\""));
+    EXPECT_NE(track.find("<trkpt lat=\"37.575866700\" lon=\"126.976897200\">\n    <time>2024-03-15T09:30:06.000Z"),
+              std::string::npos);
+    std::remove(gpx.c_str());
 }
 
 // What users and scripts meet first: help, version, bad options, inputs that hold nothing and
