@@ -89,6 +89,9 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
     }
     EXPECT_GT(deadReckoned, 0u);
     EXPECT_EQ(tooltest::CountOf(track, "<type>DR</type><fix>none</fix><sat>0</sat></trkpt>"), deadReckoned);
+    const size_t halfSeconds = tooltest::CountOf(r.out, ".500Z\"");  // every other fix at 2 Hz
+    EXPECT_GT(halfSeconds, 20u);
+    EXPECT_EQ(tooltest::CountOf(track, ".500Z</time>"), halfSeconds);
     // One report per epoch; where none of its frames was spoiled, all 12 satellites in view.
     ASSERT_EQ(skies.size(), cycles.size());
     for (size_t i = 0; i < skies.size(); ++i) {
