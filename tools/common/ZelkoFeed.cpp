@@ -6,8 +6,6 @@
 
 namespace {
 
-// The settings the manager gives its position manager, except the coordinate unit: the module's
-// own WGS 84 in 1/360000 degree rather than the offset transform's input.
 const unsigned char kZelkoKind = 1;
 const unsigned char kUnitWgs84 = 1;
 const unsigned short kDRKind = 1;
@@ -24,7 +22,7 @@ void EchoTrace(int, const char* tag, const char* text, void*)
 ZelkoFeed::ZelkoFeed(bool echoTrace)
 {
     mHostLogSetSink(echoTrace ? EchoTrace : DropTrace, nullptr);
-    m_mgr.Initialize(kZelkoKind, kUnitWgs84, kDRKind);
+    InitializeForWgs84(m_mgr);
     m_piece.reserve(CPositionMgr::STORE_BUFFER_SIZE);
 }
 
@@ -46,6 +44,11 @@ void ZelkoFeed::Feed(const uint8_t* data, size_t len, const OnPosition& onPositi
         ++m_positions;
         if (onPosition) onPosition(m_mgr);
     }
+}
+
+void InitializeForWgs84(CPositionMgr& mgr)
+{
+    mgr.Initialize(kZelkoKind, kUnitWgs84, kDRKind);
 }
 
 uint64_t CountZelkoPositions(const std::vector<uint8_t>& data)

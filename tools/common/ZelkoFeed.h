@@ -32,6 +32,10 @@ private:
     uint64_t m_positions = 0;
 };
 
+// Gives mgr the settings the manager gives its own, except the coordinate unit: the module's
+// own WGS 84 in 1/360000 degree rather than the offset transform's input.
+void InitializeForWgs84(CPositionMgr& mgr);
+
 // How many position messages of data the library accepts; 0 means the bytes are no Zelko stream.
 uint64_t CountZelkoPositions(const std::vector<uint8_t>& data);
 

@@ -4,9 +4,10 @@
 #include <cstdio>
 #include <utility>
 
-#include "platform/mAndroidLog.h"
-#include "tools/zelko-decode/JsonLine.h"
 #include "module/position/ZelkoCatalogue.h"
+#include "platform/mAndroidLog.h"
+#include "tools/common/ZelkoFeed.h"
+#include "tools/zelko-decode/JsonLine.h"
 #include "tools/zelko-decode/MessageFields.h"
 
 namespace {
@@ -14,12 +15,6 @@ namespace {
 // The library's store holds 4096 bytes; a longer run without an end marker is handed over in
 // pieces of that size, as a serial read would.
 const size_t kMaxPiece = CPositionMgr::STORE_BUFFER_SIZE;
-
-// Same settings as the manager gives its position manager, except the coordinate unit: WGS 84
-// in 1/360000 degree instead of the offset transform's input unit.
-const unsigned char kZelkoKind = 1;
-const unsigned char kUnitWgs84 = 1;
-const unsigned short kDRKind = 1;
 
 const char kRefusedClass[] = "REFUSED";
 
@@ -52,7 +47,7 @@ size_t StartOf(const std::vector<unsigned char>& piece)
 StreamDecoder::StreamDecoder(Output out, bool echoTrace) : m_out(std::move(out)), m_echoTrace(echoTrace)
 {
     mHostLogSetSink(&StreamDecoder::OnLog, this);
-    m_positionMgr.Initialize(kZelkoKind, kUnitWgs84, kDRKind);
+    InitializeForWgs84(m_positionMgr);
     m_piece.reserve(kMaxPiece);
 }
 

@@ -67,7 +67,8 @@ void CloseLink(Link& link) {
 }
 
 bool LinkWrite(Link& link, const Frame& bytes, const ChunkPlan& plan, SimRandom& random, double at) {
-    if (link.timed) return bytes.empty() || link.capture.Write(static_cast<uint64_t>(std::llround(at * 1e6)), bytes.data(), bytes.size());
+    if (link.timed)
+        return bytes.empty() || link.capture.Write(static_cast<uint64_t>(std::llround(at * 1e6)), bytes.data(), bytes.size());
     if (link.kind == LinkKind::File) {
         size_t done = 0;
         while (done < bytes.size()) {
