@@ -25,11 +25,13 @@ int CopyOut(T* out, const T& from)
 CPositionMgr::CPositionMgr()
     : m_pParser(nullptr), m_ucKind(0), m_ucUnitKind(0), m_wDRKind(0), m_stPos(), m_stSatel(), m_stStatus(),
       m_stSub(), m_stTime(), m_stLowOut(), m_stEng(), m_stEngEx(), m_ucMeasuring(0), m_ucResetKind(255),
-      m_ulStartTick(0), m_ulStopTick(0), m_stDiagnosis(), m_ucStore(), m_wStoreLen(0), m_stParseStats(), m_ucDRHeadValid(0),
+      m_ulStartTick(0), m_ulStopTick(0), m_stDiagnosis(), m_ucStore(), m_wStoreLen(0), m_wStoreHead(0), m_stParseStats(), m_ucDRHeadValid(0),
       m_ucMountPending(0), m_ucMountAcked(0), m_sGyroHead(0), m_ucFactoryMode(0)
 {
     // Every id reads 65535: the table starts empty.
     std::memset(m_stSatel, 0xFF, sizeof m_stSatel);
+    std::memset(m_ucSatelAt, SATEL_TABLE_SIZE, sizeof m_ucSatelAt);
+    m_ucSatelFree = 0;
     m_stStatus.ucFixMode = 0xFF;
     m_stStatus.ucFixKind = 0xFF;
     m_stEng.sPitch = kAngleUnknown;

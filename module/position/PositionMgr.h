@@ -124,11 +124,12 @@ private:
     void OnGpsFix(const unsigned char* f);
     void OnTimeConstel(const unsigned char* f);
     void OnChannelMeas(const unsigned char* f);
+    void ClaimSatelEntry(unsigned entry, uint8_t id);
     void OnDRSensor(const unsigned char* f);
     void OnMountAngle(const unsigned char* f);
 
     void ClearStore();
-    void DiscardStored(unsigned count);
+    void MakeRoom(unsigned add);
     void ResetEngineeringForInput();
 
     CZELKOParser* m_pParser;
@@ -138,6 +139,11 @@ private:
 
     _mGpsDataEx m_stPos;
     _mSatelView m_stSatel[SATEL_TABLE_SIZE];
+    // Where a channel report goes without searching the table: per satellite id the first entry
+    // holding it, and the first free entry (SATEL_TABLE_SIZE for none). Only OnChannelMeas
+    // changes the table, and it keeps these up to date.
+    uint8_t m_ucSatelAt[256];
+    uint8_t m_ucSatelFree;
     _sZelkoStatusData m_stStatus;
     _sZelkoSubData m_stSub;
     _sZelkoTimeData m_stTime;
@@ -155,6 +161,7 @@ private:
 
     unsigned char m_ucStore[STORE_BUFFER_SIZE];
     uint16_t m_wStoreLen;
+    uint16_t m_wStoreHead;  // where the stored bytes begin
     ZelkoParseStats m_stParseStats;
 
     uint8_t m_ucDRHeadValid;

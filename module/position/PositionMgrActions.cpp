@@ -1,5 +1,7 @@
 // What each decoded module message does to the position and the module state. Fields are read
 // through their names in the message catalogue.
+#include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "module/geo/MMNumeric.h"
@@ -11,6 +13,16 @@
 #include "platform/mTrace.h"
 
 namespace {
+
+// The SNR byte in whole dB-Hz: integer fifths give what truncating byte * 0.2 in double gives.
+constexpr bool FifthsTruncateAsDouble()
+{
+    for (int v = 0; v < 256; ++v) {
+        if (static_cast<int>(v * 0.2) != v / 5) return false;
+    }
+    return true;
+}
+static_assert(FifthsTruncateAsDouble(), "the SNR is computed in integers");
 
 const uint8_t kFix3D = ZelkoGpsFix::MODE_FIX;
 
@@ -68,7 +80,7 @@ void CPositionMgr::ActOnMessage(int id)
         void (CPositionMgr::*apply)(const unsigned char*);
     };
     // Kinds without an entry (1103, 1106, 1601, 3607, 7033) are consumed without effect.
-    static const Action kActions[] = {
+    static constexpr Action kActions[] = {
         {ZELKO_ID_ACK_NO_IDX, &CPositionMgr::OnAckNoIdx},
         {ZELKO_ID_ACK_IDX, &CPositionMgr::OnAckIdx},
         {ZELKO_ID_SYS_CMD_ACK, &CPositionMgr::OnSysCmdAck},
@@ -84,14 +96,19 @@ void CPositionMgr::ActOnMessage(int id)
         {ZELKO_ID_DR_SENSOR, &CPositionMgr::OnDRSensor},
         {ZELKO_ID_MOUNT_ANGLE, &CPositionMgr::OnMountAngle},
     };
-    if (id <= 0) return;
-    for (const Action& action : kActions) {
-        if (action.id == id) {
-            // The parser names the catalogue row of the frame it just accepted.
-            (this->*action.apply)(kZelkoKinds[m_pParser->m_ucLastKind].slot.record(*m_pParser));
-            return;
+    // By catalogue row: the parser names the row of the frame it just accepted.
+    static constexpr auto kByRow = [] {
+        std::array<void (CPositionMgr::*)(const unsigned char*), ZELKO_KIND_COUNT> byRow{};
+        for (const Action& action : kActions) {
+            for (unsigned k = 0; k < ZELKO_KIND_COUNT; ++k) {
+                if (kZelkoKinds[k].id == action.id) byRow[k] = action.apply;
+            }
         }
-    }
+        return byRow;
+    }();
+    if (id <= 0) return;
+    const unsigned row = m_pParser->m_ucLastKind;
+    if (kByRow[row] != nullptr) (this->*kByRow[row])(kZelkoKinds[row].slot.record(*m_pParser));
 }
 
 void CPositionMgr::OnAckNoIdx(const unsigned char* f)
@@ -291,16 +308,36 @@ void CPositionMgr::OnTimeConstel(const unsigned char* f)
 void CPositionMgr::OnChannelMeas(const unsigned char* f)
 {
     using namespace ZelkoChannelMeas;
-    const uint16_t id = ZelkoGet(f, kSat);
-    for (_mSatelView& sat : m_stSatel) {
-        // Entries are claimed in order and never freed: with 32 ids seen, new ones are dropped.
-        if (sat.wSatID != id && static_cast<int16_t>(sat.wSatID) >= 1) continue;
-        sat.wSatID = id;
-        sat.wElevation = ZelkoGet(f, kElevation);
-        sat.sAzimuth = static_cast<int16_t>(ZelkoGet(f, kAzimuth) * 2);
-        sat.wSNR = static_cast<uint16_t>(GeoTruncS32(ZelkoGet(f, kSnr) * 0.2));
-        sat.ucUsed = (ZelkoGet(f, kState) & 0x14) != 0 ? 1 : 0;
-        return;
+    const uint8_t id = ZelkoGet(f, kSat);
+    // The first entry that holds the id or is free (its id reads below 1 as a signed value, so an
+    // entry of id 0 counts as free). Entries are claimed in order and never freed: with 32 ids
+    // seen, new ones are dropped.
+    const unsigned entry = std::min(m_ucSatelAt[id], m_ucSatelFree);
+    if (entry >= SATEL_TABLE_SIZE) return;
+    if (m_stSatel[entry].wSatID != id) ClaimSatelEntry(entry, id);
+    _mSatelView& sat = m_stSatel[entry];
+    sat.wElevation = ZelkoGet(f, kElevation);
+    sat.sAzimuth = static_cast<int16_t>(ZelkoGet(f, kAzimuth) * 2);
+    sat.wSNR = static_cast<uint16_t>(ZelkoGet(f, kSnr) / 5);  // = the truncated SNR byte * 0.2
+    sat.ucUsed = (ZelkoGet(f, kState) & 0x14) != 0 ? 1 : 0;
+}
+
+// The free entry `entry` takes `id`; the first-entry marks move on past it where they pointed
+// at it.
+void CPositionMgr::ClaimSatelEntry(unsigned entry, uint8_t id)
+{
+    auto nextFrom = [this](unsigned from, auto matches) {
+        while (from < SATEL_TABLE_SIZE && !matches(m_stSatel[from].wSatID)) ++from;
+        return static_cast<uint8_t>(from);
+    };
+    const uint16_t old = m_stSatel[entry].wSatID;
+    m_stSatel[entry].wSatID = id;
+    m_ucSatelAt[id] = static_cast<uint8_t>(entry);
+    if (old < 256 && m_ucSatelAt[old] == entry) {  // an entry of id 0, taken as free
+        m_ucSatelAt[old] = nextFrom(entry + 1, [old](uint16_t v) { return v == old; });
+    }
+    if (static_cast<int16_t>(id) >= 1) {
+        m_ucSatelFree = nextFrom(entry + 1, [](uint16_t v) { return static_cast<int16_t>(v) < 1; });
     }
 }
 
@@ -311,7 +348,9 @@ void CPositionMgr::OnDRSensor(const unsigned char* rec)
     const uint32_t samples = ZelkoGet(rec, kSamples);
     if (samples == 0) return;
     const int32_t gyroSum = ZelkoGet(rec, kGyroSum);
-    const int32_t rate = static_cast<int32_t>(static_cast<int64_t>(gyroSum) / samples);
+    // In 32 bits where the divisor fits them (the same quotient, at a fraction of the cost).
+    const int32_t rate = samples <= INT32_MAX ? gyroSum / static_cast<int32_t>(samples)
+                                              : static_cast<int32_t>(static_cast<int64_t>(gyroSum) / samples);
 
     int32_t heading = m_sGyroHead.load(std::memory_order_relaxed) - GeoTruncS32(rate * 0.00875 / 5.0);
     // One correction each way only, on purpose: a larger step is not folded back into 0..359.

@@ -7,6 +7,10 @@
 #ifndef GPSDR_POSITION_ZELKOPARSER_H
 #define GPSDR_POSITION_ZELKOPARSER_H
 
+#include <cstdint>
+
+#include "module/position/ZelkoFrameScan.h"
+
 // Frame markers; the four values 0x80..0x83 never appear unescaped inside a frame.
 enum : unsigned char { ZELKO_ESCAPE = 0x80, ZELKO_START = 0x81, ZELKO_END = 0x82, ZELKO_RESERVED_LAST = 0x83 };
 
@@ -125,15 +129,19 @@ public:
     unsigned char m_ucLastKind;
 
 private:
-    // Checksum, then de-stuffing of the frame into an L-byte image.
+    // IsValidChecksum's answer (and trace) for a frame whose sum is known.
+    static int CheckSum(const unsigned char* frame, unsigned char endIndex, uint8_t sum);
+    // Checksum, then de-stuffing of the frame into an L-byte image, written straight into out.
     int ParseFrameImage(unsigned char* frame, unsigned char* out, unsigned L, unsigned char endIndex);
-    // IsValidChecksum, noting a failure as the last outcome.
-    int CheckFrame(unsigned char* frame, unsigned char endIndex);
+    // Its part for a bad checksum or escapes, kept out of line so the common path stays short.
+    [[gnu::noinline]] int ParseEscapedImage(unsigned char* frame, unsigned char* out, unsigned L,
+                                            unsigned char endIndex, ZelkoFrameScan scan);
+    // CheckSum, noting a failure as the last outcome.
+    int CheckFrame(const unsigned char* frame, unsigned char endIndex, uint8_t sum);
 
     template <class R>
     int ParseImage(unsigned char* frame, R* out, unsigned char endIndex)
     {
-        static_assert(R::kSize <= MountAngCalGet::kSize, "the longest fixed frame bounds the scratch image");
         return ParseFrameImage(frame, out->ucData, R::kSize, endIndex);
     }
 };

@@ -1,5 +1,6 @@
 // Receive-side frame primitives: marker search, checksum and escape removal.
 #include "module/position/ZELKOParser.h"
+#include "module/position/ZelkoFrameScan.h"
 
 #include <cstdint>
 #include <cstring>
@@ -53,17 +54,16 @@ bool CZELKOParser::IsEOMByte(unsigned char* p)
 
 unsigned char CZELKOParser::GetCountOf0x80(unsigned char* frame, unsigned char endIndex)
 {
-    uint8_t count = 0;
-    for (int i = 0; i <= endIndex; ++i) {
-        if (frame[i] == ZELKO_ESCAPE) ++count;
-    }
-    return count;
+    return ZelkoScanFrame(frame, endIndex).escapes;
 }
 
 int CZELKOParser::IsValidChecksum(unsigned char* frame, unsigned char endIndex)
 {
-    uint8_t sum = 0;
-    for (int i = 0; i <= endIndex; ++i) sum = static_cast<uint8_t>(sum + frame[i]);
+    return CheckSum(frame, endIndex, ZelkoScanFrame(frame, endIndex).sum);
+}
+
+int CZELKOParser::CheckSum(const unsigned char* frame, unsigned char endIndex, uint8_t sum)
+{
     if (sum == 0) return 1;
     mTraceW(W16("[ZELKOParser::CalChecksum]Invalid - Len(%d), S(%02X), E(%02X), ID(%02X-%02X), Sum(%02X)\n"),
             static_cast<int>(endIndex), static_cast<unsigned>(frame[0]), static_cast<unsigned>(frame[endIndex]),

@@ -1,6 +1,7 @@
 // Message decoders: checksum, escape removal and the two repacked kinds.
 #include "module/position/ZELKOParser.h"
 #include "module/position/ZelkoCatalogue.h"
+#include "module/position/ZelkoFrameScan.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -11,7 +12,17 @@
 
 namespace {
 
-const unsigned kMaxImage = MountAngCalGet::kSize;
+// memcpy for the few dozen bytes of a frame, in whole words (the last one overlapping): a
+// variable-length copy of this size otherwise costs more to start than to do.
+[[gnu::always_inline]] inline void CopyFrameBytes(unsigned char* dst, const unsigned char* src, unsigned n)
+{
+    if (n < 8) {
+        for (unsigned i = 0; i < n; ++i) dst[i] = src[i];
+        return;
+    }
+    for (unsigned i = 0; i + 8 < n; i += 8) std::memcpy(dst + i, src + i, 8);
+    std::memcpy(dst + n - 8, src + n - 8, 8);
+}
 
 // Copies frame[from .. from+n-1] into dst, leaving dst zero where the frame (0..last) ends
 // earlier: the frame length is never compared with its kind's length, so a short frame must
@@ -19,7 +30,7 @@ const unsigned kMaxImage = MountAngCalGet::kSize;
 void CopyWithin(unsigned char* dst, const unsigned char* frame, int last, int from, int n)
 {
     const int avail = std::min(n, last + 1 - from);
-    if (avail > 0) std::memcpy(dst, frame + from, static_cast<size_t>(avail));
+    if (avail > 0) CopyFrameBytes(dst, frame + from, static_cast<unsigned>(avail));
 }
 
 }  // namespace
@@ -35,34 +46,42 @@ CZELKOParser::CZELKOParser()
 
 CZELKOParser::~CZELKOParser() = default;
 
-int CZELKOParser::CheckFrame(unsigned char* frame, unsigned char endIndex)
+int CZELKOParser::CheckFrame(const unsigned char* frame, unsigned char endIndex, uint8_t sum)
 {
-    if (IsValidChecksum(frame, endIndex)) return 1;
+    if (sum == 0 || CheckSum(frame, endIndex, sum)) return 1;
     m_ucLastOutcome = ZELKO_OUTCOME_BAD_CHECKSUM;
     return 0;
 }
 
 int CZELKOParser::ParseFrameImage(unsigned char* frame, unsigned char* out, unsigned L, unsigned char endIndex)
 {
-    if (!CheckFrame(frame, endIndex)) return 0;
-    const int stuffedLen = endIndex + 1;
-    unsigned char image[kMaxImage] = {};
-    const unsigned char escapes = GetCountOf0x80(frame, endIndex);
-    if (escapes == 0) {
-        CopyWithin(image, frame, endIndex, 0, static_cast<int>(L));
-    } else {
-        // The module's rule reads L + escapes bytes; bounded to the frame as received.
-        const int srcLen = std::min(static_cast<int>(L) + escapes, stuffedLen);
-        const int produced = GenStuffedMsg(image, frame, srcLen, static_cast<int>(L), 0);
-        if (produced == 0) {
-            mTraceW(W16("[MM-Dbg][CZELKOParser::Parse] GenStuffedMsg FAIL!! [0x%X-0x%X] : nGenCnt(%d), Org(%d)\n"),
-                    static_cast<unsigned>(frame[1]), static_cast<unsigned>(frame[2]), produced, static_cast<int>(L));
-            m_ucLastOutcome = ZELKO_OUTCOME_BAD_ESCAPE;
-            return 0;
-        }
-        // A short result is not an error: the image keeps zeros at its end.
+    const ZelkoFrameScan scan = ZelkoScanFrame(frame, endIndex);
+    if (scan.sum != 0 || scan.escapes != 0) return ParseEscapedImage(frame, out, L, endIndex, scan);
+    // The image is the frame itself, zero where the frame ends early.
+    const unsigned n = std::min(L, endIndex + 1u);
+    CopyFrameBytes(out, frame, n);
+    if (n < L) std::memset(out + n, 0, L - n);
+    return 1;
+}
+
+// The rarer frames, kept out of the common path: a bad checksum, or escapes to remove.
+int CZELKOParser::ParseEscapedImage(unsigned char* frame, unsigned char* out, unsigned L, unsigned char endIndex,
+                                    ZelkoFrameScan scan)
+{
+    if (!CheckFrame(frame, endIndex, scan.sum)) return 0;
+    const unsigned stuffedLen = endIndex + 1u;
+    // The module's rule reads L + escapes bytes; bounded to the frame as received. Un-stuffing
+    // writes only the bytes it counts, so a refusal (0 bytes) leaves the record as it was.
+    const int srcLen = static_cast<int>(std::min(L + scan.escapes, stuffedLen));
+    const int produced = GenStuffedMsg(out, frame, srcLen, static_cast<int>(L), 0);
+    if (produced == 0) {
+        mTraceW(W16("[MM-Dbg][CZELKOParser::Parse] GenStuffedMsg FAIL!! [0x%X-0x%X] : nGenCnt(%d), Org(%d)\n"),
+                static_cast<unsigned>(frame[1]), static_cast<unsigned>(frame[2]), produced, static_cast<int>(L));
+        m_ucLastOutcome = ZELKO_OUTCOME_BAD_ESCAPE;
+        return 0;
     }
-    std::memcpy(out, image, L);
+    // A short result is not an error: the image keeps zeros at its end.
+    std::memset(out + produced, 0, L - static_cast<unsigned>(produced));
     return 1;
 }
 
@@ -91,15 +110,35 @@ int CZELKOParser::Parse(unsigned char* frame, DRSensorData* out, unsigned char e
 {
     using namespace ZelkoDRSensor;
     enum { kHeadLen = FRAME_ENTRIES_AT, kTailLen = TAIL_LEN + 2 };
-    if (!CheckFrame(frame, endIndex)) return 0;
+    const ZelkoFrameScan scan = ZelkoScanFrame(frame, endIndex);
+    if (!CheckFrame(frame, endIndex, scan.sum)) return 0;
+
+    unsigned char* rec = out->ucData;
+    auto putFlags = [rec](unsigned char flags) {
+        rec[kFlags.offset] =
+            static_cast<unsigned char>((rec[kFlags.offset] & 0xF8) | (flags & 0x01) | (((flags >> 6) & 0x03) << 1));
+    };
+    const int last = endIndex;
+    if (scan.escapes == 0 && last >= kHeadLen - 1) {
+        // The usual frame, whole and without escapes: straight into the record.
+        putFlags(frame[FRAME_FLAGS_AT]);
+        std::memcpy(rec + kSensorTime.offset, frame + FRAME_SENSOR_AT, SENSOR_LEN);
+        int kept = 0;
+        if (frame[FRAME_VERSION_AT] >= TAIL_VERSION) {
+            const int tailAt = FRAME_ENTRIES_AT + 4 * frame[FRAME_COUNT_AT];
+            kept = std::max(0, std::min<int>(TAIL_LEN, last + 1 - tailAt));
+            if (kept > 0) CopyFrameBytes(rec + RECORD_TAIL_AT, frame + tailAt, static_cast<unsigned>(kept));
+        }
+        std::memset(rec + RECORD_TAIL_AT + kept, 0, TAIL_LEN - static_cast<unsigned>(kept));
+        return 1;
+    }
 
     unsigned char head[kHeadLen] = {};
     unsigned char tail[kTailLen] = {};
-    const int last = endIndex;
     // The tail block (plus checksum and end marker) follows N four-byte entries.
     auto tailStart = [&head]() { return FRAME_ENTRIES_AT + 4 * head[FRAME_COUNT_AT]; };
 
-    if (GetCountOf0x80(frame, endIndex) == 0) {
+    if (scan.escapes == 0) {
         CopyWithin(head, frame, last, 0, kHeadLen);
         if (head[FRAME_VERSION_AT] >= TAIL_VERSION) CopyWithin(tail, frame, last, tailStart(), kTailLen);
     } else {
@@ -128,10 +167,7 @@ int CZELKOParser::Parse(unsigned char* frame, DRSensorData* out, unsigned char e
         }
     }
 
-    unsigned char* rec = out->ucData;
-    const unsigned char flags = head[FRAME_FLAGS_AT];
-    rec[kFlags.offset] =
-        static_cast<unsigned char>((rec[kFlags.offset] & 0xF8) | (flags & 0x01) | (((flags >> 6) & 0x03) << 1));
+    putFlags(head[FRAME_FLAGS_AT]);
     std::memcpy(rec + kSensorTime.offset, head + FRAME_SENSOR_AT, SENSOR_LEN);
     std::memcpy(rec + RECORD_TAIL_AT, tail, TAIL_LEN);
     return 1;

@@ -3,8 +3,27 @@
 #include "module/position/ZELKOParser.h"
 #include "module/position/ZelkoCatalogue.h"
 
+#include <array>
+#include <cstdint>
+
 #include "platform/mString16.h"
 #include "platform/mTrace.h"
+
+namespace {
+
+// The first catalogue row of each code (ZELKO_KIND_COUNT for a code of no kind): the rows
+// before it cannot match, so the first-match search starts there.
+constexpr std::array<uint8_t, 256> FirstRowByCode()
+{
+    std::array<uint8_t, 256> first{};
+    for (uint8_t& row : first) row = ZELKO_KIND_COUNT;
+    for (unsigned k = ZELKO_KIND_COUNT; k-- > 0;) first[kZelkoKinds[k].code] = static_cast<uint8_t>(k);
+    return first;
+}
+constexpr std::array<uint8_t, 256> kFirstRowByCode = FirstRowByCode();
+static_assert(ZELKO_KIND_COUNT < 256, "rows are numbered in a byte");
+
+}  // namespace
 
 int CZELKOParser::Parsing(unsigned char* buf, unsigned short len, char atStart)
 {
@@ -33,7 +52,7 @@ int CZELKOParser::Parsing(unsigned char* buf, unsigned short len, char atStart)
     const unsigned char subcode = len - start > 2 ? GetParserSubcode(frame) : 0;
     const int receivedLen = endIndex + 1;
     m_ucLastOutcome = ZELKO_OUTCOME_UNKNOWN_KIND;
-    for (unsigned k = 0; k < ZELKO_KIND_COUNT; ++k) {
+    for (unsigned k = kFirstRowByCode[code]; k < ZELKO_KIND_COUNT; ++k) {
         const ZelkoKind& kind = kZelkoKinds[k];
         if (code != kind.code || subcode < kind.subFirst || subcode > kind.subLast) continue;
         if (kind.receivedLen != 0 && kind.receivedLen != receivedLen) {
