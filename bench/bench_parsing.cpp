@@ -17,7 +17,7 @@
 #include "module/geo/MMUtility.h"
 #include "module/position/PositionMgr.h"
 #include "platform/mAndroidLog.h"
-#include "tests/support/ZelkoFrames.h"
+#include "tools/common/ZelkoFrames.h"
 
 namespace {
 

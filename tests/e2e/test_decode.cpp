@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "tests/e2e/ToolProcess.h"
+#include "tools/common/SimProcess.h"
 
 namespace {
 
@@ -107,12 +108,10 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
 
 TEST(ZelkoDecode, ReadsALiveDeviceUntilItHangsUp)
 {
-    const auto deadline = tooltest::Clock::now() + std::chrono::seconds(20);
-    tooltest::Child sim = tooltest::Spawn("zelko-sim", {"--duration", "3", "--rate", "2"});
-    const std::string pty = tooltest::ReadUntil(sim.out, deadline, true);
-    ASSERT_EQ(pty.rfind("/dev/", 0), 0u) << pty;
-    const tooltest::RunResult r = tooltest::Run("zelko-decode", {pty}, {}, std::chrono::seconds(20));
-    EXPECT_EQ(tooltest::Reap(sim, deadline), 0);
+    SimProcess sim;
+    ASSERT_TRUE(sim.Start(tooltest::BuildPath("zelko-sim"), {"--duration", "3", "--rate", "2"})) << sim.Error();
+    const tooltest::RunResult r = tooltest::Run("zelko-decode", {sim.Pty()}, {}, std::chrono::seconds(20));
+    EXPECT_EQ(sim.Wait(tooltest::Clock::now() + std::chrono::seconds(20)), 0);
     ASSERT_EQ(r.status, 0);
     const std::vector<std::string> lines = Lines(r.out);
     ASSERT_FALSE(lines.empty());

@@ -24,7 +24,7 @@
 #include "module/geo/MMUtility.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/support/ZelkoFrames.h"
+#include "tools/common/ZelkoFrames.h"
 
 namespace mmt {
 

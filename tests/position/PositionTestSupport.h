@@ -12,7 +12,7 @@
 
 #include "module/position/PositionMgr.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/ZelkoFrames.h"
+#include "tools/common/ZelkoFrames.h"
 
 namespace pt {
 

@@ -1,33 +1,9 @@
 #include "tools/gpsdr-demo/TruthTrack.h"
 
-#include <cstdlib>
-#include <cstring>
+#include <cmath>
 #include <fstream>
 
-namespace {
-
-// The number after "key": in one flat JSON line.
-bool NumberField(const std::string& line, const char* key, double& out)
-{
-    const std::string tag = std::string("\"") + key + "\":";
-    const size_t at = line.find(tag);
-    if (at == std::string::npos) return false;
-    const char* begin = line.c_str() + at + tag.size();
-    char* end = nullptr;
-    out = std::strtod(begin, &end);
-    return end != begin;
-}
-
-std::string TextField(const std::string& line, const char* key)
-{
-    const std::string tag = std::string("\"") + key + "\":\"";
-    const size_t at = line.find(tag);
-    if (at == std::string::npos) return "";
-    const size_t from = at + tag.size(), to = line.find('"', from);
-    return to == std::string::npos ? "" : line.substr(from, to - from);
-}
-
-}  // namespace
+#include "tools/common/JsonFields.h"
 
 GpxTrack ReadTruthTrack(const std::string& path, double maxSeconds)
 {
@@ -35,13 +11,12 @@ GpxTrack ReadTruthTrack(const std::string& path, double maxSeconds)
     std::ifstream in(path);
     std::string line;
     while (std::getline(in, line)) {
-        double t = 0;
         GpxPoint p;
-        if (!NumberField(line, "t", t) || t > maxSeconds || !NumberField(line, "lat", p.lat) ||
-            !NumberField(line, "lon", p.lon))
-            continue;
-        NumberField(line, "alt", p.ele);
-        p.time = TextField(line, "utc");
+        p.lat = JsonNumber(line, "lat");
+        p.lon = JsonNumber(line, "lon");
+        if (!(JsonNumber(line, "t") <= maxSeconds) || std::isnan(p.lat) || std::isnan(p.lon)) continue;
+        p.ele = std::isnan(JsonNumber(line, "alt")) ? 0 : JsonNumber(line, "alt");
+        p.time = JsonText(line, "utc");
         track.points.push_back(p);
     }
     return track;

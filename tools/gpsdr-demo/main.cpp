@@ -16,9 +16,10 @@
 #include <vector>
 
 #include "platform/mAndroidLog.h"
+#include "tools/common/ChildProcess.h"
 #include "tools/common/GpxTrack.h"
+#include "tools/common/SimProcess.h"
 #include "tools/gpsdr-demo/DriverSession.h"
-#include "tools/gpsdr-demo/SimProcess.h"
 #include "tools/gpsdr-demo/TrackGeometry.h"
 #include "tools/gpsdr-demo/TrackSvg.h"
 #include "tools/gpsdr-demo/TruthTrack.h"
@@ -71,13 +72,6 @@ bool ParseArgs(int argc, char** argv, Options& opt)
             return false;
     }
     return true;
-}
-
-std::string ProgramDir()
-{
-    std::error_code ec;
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", ec);
-    return ec ? std::string(".") : self.parent_path().string();
 }
 
 // The library's trace goes to a file in the output directory rather than over the demo's lines.
@@ -133,7 +127,7 @@ int main(int argc, char** argv)
     std::error_code ec;
     std::filesystem::create_directories(opt.out, ec);
     const std::string dir = opt.out + "/";
-    const std::string simPath = opt.sim.empty() ? ProgramDir() + "/zelko-sim" : opt.sim;
+    const std::string simPath = opt.sim.empty() ? childproc::ProgramDir() + "/zelko-sim" : opt.sim;
     const std::string truthPath = dir + "truth.jsonl";
     FILE* libraryLog = std::fopen((dir + "library.log").c_str(), "w");
     if (libraryLog == nullptr) {
@@ -149,15 +143,15 @@ int main(int argc, char** argv)
     if (!sim.Start(simPath,
                    {"--truth", truthPath, "--seed", opt.seed, "--rate", opt.rate, "--duration",
                     std::to_string(opt.seconds + 60)},
-                   dir + "zelko-sim.log", error)) {
-        std::fprintf(stderr, "gpsdr-demo: %s (see %szelko-sim.log)\n", error.c_str(), dir.c_str());
+                   dir + "zelko-sim.log")) {
+        std::fprintf(stderr, "gpsdr-demo: %s\n", sim.Error().c_str());
         return 1;
     }
-    std::printf("zelko-sim plays the module on %s (seed %s, %s Hz)\n", sim.PtyPath().c_str(), opt.seed.c_str(),
+    std::printf("zelko-sim plays the module on %s (seed %s, %s Hz)\n", sim.Pty().c_str(), opt.seed.c_str(),
                 opt.rate.c_str());
 
     DriverSession driver;
-    if (!driver.Start(sim.PtyPath(), error)) {
+    if (!driver.Start(sim.Pty(), error)) {
         std::fprintf(stderr, "gpsdr-demo: %s\n", error.c_str());
         return 1;
     }

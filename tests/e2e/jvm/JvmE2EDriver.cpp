@@ -1,8 +1,9 @@
 // Runs the Java end-to-end program against simulated modules: zelko-sim instances (one
 // driving, one silent, and one with the same drive that zelko-record records from its pty until
 // the Java side asks for its replay) on their own ptys, /dev/ttyGPS1 pointed at whichever the
-// Java side asks for, the positions it reports checked against the driving module's truth.
-// Exit 0 passed, 1 failed, 77 skipped (not root, or /dev/ttyGPS1 is somebody else's).
+// Java side asks for (a symbolic link as root, else a namespace of the JVM's own), the positions
+// it reports checked against the driving module's truth.
+// Exit 0 passed, 1 failed, 77 skipped (the device cannot be shown to the JVM).
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,56 +14,12 @@
 
 #include "tests/e2e/ToolProcess.h"
 #include "tests/e2e/jvm/TruthCheck.h"
+#include "tools/common/DeviceView.h"
+#include "tools/common/SimProcess.h"
 
 namespace {
 
-const char kDevice[] = "/dev/ttyGPS1";
 const int kSkip = 77;
-
-std::string LinkTarget()
-{
-    char buf[256];
-    const ssize_t n = readlink(kDevice, buf, sizeof buf - 1);
-    return n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
-}
-
-// /dev/ttyGPS1 while the test holds it. The target it set is kept in a file, so a run that was
-// killed can be told from somebody else's device by the next run.
-class DeviceLink {
-public:
-    explicit DeviceLink(const std::string& work) : m_record(work + "/ttyGPS1.target") {}
-    ~DeviceLink() { Remove(); }
-
-    // False when the path is taken by something this test did not make.
-    bool Claim()
-    {
-        struct stat st;
-        if (lstat(kDevice, &st) != 0) return true;
-        const std::string mine = Recorded();
-        if (!S_ISLNK(st.st_mode) || mine.empty() || LinkTarget() != mine) return false;
-        Remove();  // left over from a killed run
-        return true;
-    }
-
-    bool PointAt(const std::string& target)
-    {
-        Remove();
-        std::ofstream(m_record) << target << "\n";
-        return symlink(target.c_str(), kDevice) == 0;
-    }
-
-    void Remove()
-    {
-        const std::string mine = Recorded();
-        if (!mine.empty() && LinkTarget() == mine) unlink(kDevice);
-        std::remove(m_record.c_str());
-    }
-
-private:
-    std::string Recorded() const { return tooltest::Lines(tooltest::ReadText(m_record) + "\n")[0]; }
-
-    std::string m_record;
-};
 
 }  // namespace
 
@@ -77,39 +34,35 @@ int main(int argc, char** argv)
                      argv[0]);
         return 2;
     }
-    if (geteuid() != 0) {
-        std::printf("SKIP: making %s needs root\n", kDevice);
-        return kSkip;
-    }
     const std::string work = o["--work"];
     mkdir(work.c_str(), 0755);
-    DeviceLink device(work);
-    if (!device.Claim()) {
-        std::printf("SKIP: %s exists and was not made by this test; left alone\n", kDevice);
+    ChildDevice device(work);
+    std::string why;
+    if (!device.Prepare(why)) {
+        std::printf("SKIP: %s\n", why.c_str());
         return kSkip;
     }
 
     const auto deadline = tooltest::Clock::now() + std::chrono::seconds(150);
     const std::string truth = work + "/drive.jsonl";
     // Their --duration bounds how long a killed run leaves them behind.
-    std::map<std::string, tooltest::Child> sims = {
-        {"drive", tooltest::Spawn(o["--sim"], {"--truth", truth, "--seed", "3", "--duration", "200"},
-                                  {"", false, work + "/sim-drive.log"})},
-        {"silent", tooltest::Spawn(o["--sim"], {"--silent", "0", "--duration", "200"},
-                                   {"", false, work + "/sim-silent.log"})},
-        {"recorded", tooltest::Spawn(o["--sim"], {"--seed", "3", "--duration", "200"}, {"", false, work + "/sim-recorded.log"})}};
-    std::map<std::string, std::string> ptys;
+    std::map<std::string, std::vector<std::string>> simArgs = {
+        {"drive", {"--truth", truth, "--seed", "3", "--duration", "200"}},
+        {"silent", {"--silent", "0", "--duration", "200"}},
+        {"recorded", {"--seed", "3", "--duration", "200"}}};
+    std::map<std::string, SimProcess> sims;
     int failures = 0;
-    for (auto& s : sims) {
-        if (!tooltest::Read(s.second.out, ptys[s.first], deadline)) {
-            std::printf("FAIL: zelko-sim (%s) did not start\n", s.first.c_str());
+    for (auto& s : simArgs) {
+        if (!sims[s.first].Start(o["--sim"], s.second, work + "/sim-" + s.first + ".log")) {
+            std::printf("FAIL: zelko-sim (%s): %s\n", s.first.c_str(), sims[s.first].Error().c_str());
             ++failures;
         }
     }
 
     const std::string capture = work + "/drive.cap";
-    tooltest::Child recorder = tooltest::Spawn(o["--record"], {ptys["recorded"], capture}, {"", false, work + "/record.log"});
+    tooltest::Child recorder = tooltest::Spawn(o["--record"], {sims["recorded"].Pty(), capture}, {"", false, work + "/record.log"});
     tooltest::Io javaIo{"", true, work + "/java.log", {"TZ=UTC"}};  // the time text is UTC only without DST
+    javaIo.device = device.View();
     if (!o["--preload"].empty()) {
         javaIo.env.push_back("LD_PRELOAD=" + o["--preload"]);
         javaIo.env.push_back("ASAN_OPTIONS=detect_leaks=0:handle_segv=0:allow_user_segv_handler=1");
@@ -125,13 +78,12 @@ int main(int argc, char** argv)
         if (line == "LINK replay") {  // Ctrl-C ends the recording
             kill(recorder.pid, SIGINT);
             if (tooltest::Reap(recorder, deadline) != 0 && ++failures) std::printf("FAIL: zelko-record failed on SIGINT\n");
-            sims["replay"] = tooltest::Spawn(o["--sim"], {"--replay", capture}, {"", false, work + "/sim-replay.log"});
-            tooltest::Read(sims["replay"].out, ptys["replay"], deadline);
+            sims["replay"].Start(o["--sim"], {"--replay", capture}, work + "/sim-replay.log");
         }
         if (line.rfind("LINK ", 0) == 0) {
-            const std::string& pty = ptys[line.substr(5)];
+            const std::string& pty = sims[line.substr(5)].Pty();
             const bool ok = !pty.empty() && device.PointAt(pty);
-            if (!ok) std::printf("FAIL: cannot point %s at %s\n", kDevice, pty.c_str());
+            if (!ok) std::printf("FAIL: cannot point %s at %s\n", DeviceLink::kPath, pty.c_str());
             failures += !ok + (write(java.in, ok ? "OK\n" : "NO\n", 3) != 3);
         } else if (ParseReportedCall(line, call)) {
             calls.push_back(call);
@@ -145,11 +97,7 @@ int main(int argc, char** argv)
     }
     const int status = tooltest::Reap(java, deadline);
     tooltest::Reap(recorder, tooltest::Clock::now());
-    for (auto& s : sims) {
-        if (s.second.pid > 0) kill(s.second.pid, SIGTERM);
-        tooltest::Reap(s.second, deadline + std::chrono::seconds(5));
-    }
-    device.Remove();
+    sims.clear();
 
     if (!done || status != 0) {
         std::printf("FAIL: the Java side did not finish cleanly (status %d, see %s/java.log)\n", status, work.c_str());

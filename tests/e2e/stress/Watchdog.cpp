@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "tests/e2e/stress/ProcSelf.h"
+#include "tools/common/ProcSelf.h"
 
 Watchdog::Watchdog() : m_thread([this] { Run(); }) {}
 

@@ -22,10 +22,11 @@
 #include "platform/mAndroidLog.h"
 #include "tests/e2e/stress/CallerThread.h"
 #include "tests/e2e/stress/CyclePlan.h"
-#include "tests/e2e/stress/DeviceLink.h"
-#include "tests/e2e/stress/ProcSelf.h"
-#include "tests/e2e/stress/SimChild.h"
+#include "tests/e2e/ToolProcess.h"
 #include "tests/e2e/stress/Watchdog.h"
+#include "tools/common/DeviceLink.h"
+#include "tools/common/ProcSelf.h"
+#include "tools/common/SimProcess.h"
 
 namespace {
 
@@ -103,7 +104,7 @@ protected:
         switch (c.device) {
             case Device::Vanish:
             case Device::Silent:
-                ASSERT_TRUE(m_special.Start(SimArgs({c.device == Device::Vanish ? "--vanish" : "--silent",
+                ASSERT_TRUE(m_special.Start(m_sim, SimArgs({c.device == Device::Vanish ? "--vanish" : "--silent",
                                                      std::to_string(c.eventMs / 1000.0), "--seed",
                                                      std::to_string(m_rng())})));
                 ASSERT_TRUE(m_link.PointAt(m_special.Pty()));
@@ -114,7 +115,7 @@ protected:
             case Device::Steady:
             case Device::Killed:
                 if (!m_steady.Running()) {
-                    ASSERT_TRUE(m_steady.Start(SimArgs({"--seed", "7"})));
+                    ASSERT_TRUE(m_steady.Start(m_sim, SimArgs({"--seed", "7"})));
                 }
                 ASSERT_TRUE(m_link.PointAt(m_steady.Pty()));
                 break;
@@ -166,7 +167,8 @@ protected:
     }
 
     DeviceLink m_link{tooltest::BuildPath("stress-ttyGPS1.target")};
-    SimChild m_steady, m_special;
+    const std::string m_sim = tooltest::BuildPath("zelko-sim");
+    SimProcess m_steady, m_special;
     std::mt19937 m_rng{kSeed};
     size_t m_baseTasks = 0;
     int m_positionChecks = 0;

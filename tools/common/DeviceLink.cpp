@@ -1,4 +1,4 @@
-#include "tests/e2e/stress/DeviceLink.h"
+#include "tools/common/DeviceLink.h"
 
 #include <signal.h>
 #include <sys/stat.h>
@@ -24,21 +24,21 @@ const char DeviceLink::kPath[] = "/dev/ttyGPS1";
 
 namespace {
 
-// The live link's target for the way out of a dying process, where only async-signal-safe
-// calls may be made. Written only while g_linked is false.
-char g_target[512];
+// The live link and its target for the way out of a dying process, where only
+// async-signal-safe calls may be made. Written only while g_linked is false.
+char g_path[512], g_target[512];
 std::atomic<bool> g_linked{false};
 
-bool LinkPointsAt(const char* target)
+bool LinkPointsAt(const char* path, const char* target)
 {
     char buf[sizeof g_target];
-    const ssize_t n = readlink(DeviceLink::kPath, buf, sizeof buf);
+    const ssize_t n = readlink(path, buf, sizeof buf);
     return n > 0 && static_cast<size_t>(n) == std::strlen(target) && std::memcmp(buf, target, static_cast<size_t>(n)) == 0;
 }
 
 void RemoveOnDeath()
 {
-    if (g_linked.exchange(false) && LinkPointsAt(g_target)) unlink(DeviceLink::kPath);
+    if (g_linked.exchange(false) && LinkPointsAt(g_path, g_target)) unlink(g_path);
 }
 
 void OnFatalSignal(int sig)
@@ -74,35 +74,37 @@ std::string DeviceLink::Recorded() const
 
 std::string DeviceLink::Claim()
 {
-    if (geteuid() != 0) return std::string("making ") + kPath + " needs root";
+    const std::string dir = m_path.substr(0, m_path.rfind('/') + 1);
+    if (access(dir.c_str(), W_OK) != 0) return "making " + m_path + " needs root";
     struct stat st;
-    if (lstat(kPath, &st) != 0) return "";
+    if (lstat(m_path.c_str(), &st) != 0) return "";
     const std::string mine = Recorded();
-    if (!S_ISLNK(st.st_mode) || mine.empty() || !LinkPointsAt(mine.c_str()))
-        return std::string(kPath) + " exists and was not made by this test; it is left alone";
+    if (!S_ISLNK(st.st_mode) || mine.empty() || !LinkPointsAt(m_path.c_str(), mine.c_str()))
+        return m_path + " exists and was not made by us; it is left alone";
     Remove();  // left over from a run that was killed
     return "";
 }
 
 bool DeviceLink::PointAt(const std::string& target)
 {
-    if (target.size() >= sizeof g_target) return false;
+    if (target.size() >= sizeof g_target || m_path.size() >= sizeof g_path) return false;
     const std::string mine = Recorded();
     struct stat st;
-    if (lstat(kPath, &st) == 0 && (mine.empty() || !LinkPointsAt(mine.c_str()))) return false;
+    if (lstat(m_path.c_str(), &st) == 0 && (mine.empty() || !LinkPointsAt(m_path.c_str(), mine.c_str()))) return false;
     InstallDeathHandlers();
     // Recorded first: if the run dies between the steps, the next one still knows the link.
     std::ofstream(m_record) << target << "\n";
     // Made aside and renamed over the old one, so the path never disappears in between and
     // nobody else can take it meanwhile.
-    const std::string aside = std::string(kPath) + ".new" + std::to_string(getpid());
+    const std::string aside = m_path + ".new" + std::to_string(getpid());
     unlink(aside.c_str());
     g_linked = false;
     if (symlink(target.c_str(), aside.c_str()) != 0) return false;
-    if (rename(aside.c_str(), kPath) != 0) {
+    if (rename(aside.c_str(), m_path.c_str()) != 0) {
         unlink(aside.c_str());
         return false;
     }
+    std::memcpy(g_path, m_path.c_str(), m_path.size() + 1);
     std::memcpy(g_target, target.c_str(), target.size() + 1);
     g_linked = true;
     return true;
@@ -112,6 +114,6 @@ void DeviceLink::Remove()
 {
     g_linked = false;
     const std::string mine = Recorded();
-    if (!mine.empty() && LinkPointsAt(mine.c_str())) unlink(kPath);
+    if (!mine.empty() && LinkPointsAt(m_path.c_str(), mine.c_str())) unlink(m_path.c_str());
     std::remove(m_record.c_str());
 }

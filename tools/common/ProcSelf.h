@@ -1,7 +1,7 @@
 // What /proc says about this process: its threads (by name, with their CPU time) and its
 // resident memory. The library names its threads, so they can be told from the caller's own.
-#ifndef GPSDR_TESTS_E2E_STRESS_PROCSELF_H
-#define GPSDR_TESTS_E2E_STRESS_PROCSELF_H
+#ifndef GPSDR_TOOLS_COMMON_PROCSELF_H
+#define GPSDR_TOOLS_COMMON_PROCSELF_H
 
 #include <cstdint>
 #include <string>

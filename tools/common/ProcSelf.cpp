@@ -1,4 +1,4 @@
-#include "tests/e2e/stress/ProcSelf.h"
+#include "tools/common/ProcSelf.h"
 
 #include <dirent.h>
 #include <fcntl.h>

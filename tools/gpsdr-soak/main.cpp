@@ -1,4 +1,4 @@
-// gpsdr_soak: the whole road (zelko-sim at 10 Hz with noise and corrupt frames, pty, libgpsdr.so)
+// gpsdr-soak: the whole road (zelko-sim at 10 Hz with noise and corrupt frames, pty, libgpsdr.so)
 // for a long time, driven as the Java side drives it: one start, positions read once a second,
 // one stop. Every minute it prints resident memory, the library's CPU time, the thread count
 // and how many positions came through; it fails when memory or threads grow after warm-up, when
@@ -6,8 +6,6 @@
 //
 // As root the start goes through the bridge's native entry point with /dev/ttyGPS1 linked to
 // the simulator; otherwise a facade is started by hand on the pty with the same settings.
-//   gpsdr_soak [--minutes N] [--warmup N] [--rss-tolerance-kb K]
-// Exit 0 passed, 1 failed, 2 bad arguments or no simulator.
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -20,13 +18,20 @@
 #include "jni/GpsDRInterface.h"
 #include "jni/NativeCall.h"
 #include "platform/mAndroidLog.h"
-#include "tests/e2e/stress/DeviceLink.h"
-#include "tests/e2e/stress/ProcSelf.h"
-#include "tests/e2e/stress/SimChild.h"
+#include "tools/common/DeviceLink.h"
+#include "tools/common/ProcSelf.h"
+#include "tools/common/SimProcess.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+const char kUsage[] =
+    "usage: gpsdr-soak [--minutes N] [--warmup N] [--rss-tolerance-kb K]\n"
+    "  --minutes N           how long to run (30)\n"
+    "  --warmup N            minutes before memory and threads are watched (2, or 1 below 10 minutes)\n"
+    "  --rss-tolerance-kb K  resident memory growth allowed after the warm-up (1024)\n"
+    "exit status: 0 passed, 1 failed, 2 bad arguments or no simulator\n";
 
 struct Options {
     int minutes = 30;
@@ -111,7 +116,7 @@ public:
     }
 
 private:
-    DeviceLink m_link{tooltest::BuildPath("soak-ttyGPS1.target")};
+    DeviceLink m_link{childproc::ProgramDir() + "/soak-ttyGPS1.target"};
     bool m_bridge = false;
     GpsDRInterface* m_facade = nullptr;
 };
@@ -136,16 +141,24 @@ void PrintMinute(int n, const Minute& now, const Minute& before)
 int main(int argc, char** argv)
 {
     Options o;
+    if (argc == 2 && (!std::strcmp(argv[1], "-h") || !std::strcmp(argv[1], "--help"))) {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    if (argc == 2 && !std::strcmp(argv[1], "--version")) {
+        std::puts("gpsdr-soak 1.0");
+        return 0;
+    }
     if (!ParseArgs(argc, argv, o)) {
-        std::fprintf(stderr, "usage: %s [--minutes N] [--warmup N] [--rss-tolerance-kb K]\n", argv[0]);
+        std::fprintf(stderr, "gpsdr-soak: bad arguments (the minutes must exceed the warm-up)\n%s", kUsage);
         return 2;
     }
     Deliveries deliveries;
     mHostLogSetSink(CountDelivery, &deliveries);
 
-    SimChild sim;
-    if (!sim.Start({"--rate", "10", "--noise", "0.2", "--corrupt", "0.05", "--seed", "11"})) {
-        std::fprintf(stderr, "gpsdr_soak: zelko-sim did not start (GPSDR_BUILD_DIR?)\n");
+    SimProcess sim;
+    if (!sim.Start(childproc::ProgramDir() + "/zelko-sim", {"--rate", "10", "--noise", "0.2", "--corrupt", "0.05", "--seed", "11"})) {
+        std::fprintf(stderr, "gpsdr-soak: %s\n", sim.Error().c_str());
         return 2;
     }
     Driver driver;

@@ -1,7 +1,7 @@
 // Builds Zelko frames for tests and benchmarks, independently of the library's own builders:
 // a logical frame is laid out by hand, sealed with its zero-sum checksum and escaped for the wire.
-#ifndef GPSDR_TESTS_SUPPORT_ZELKOFRAMES_H
-#define GPSDR_TESTS_SUPPORT_ZELKOFRAMES_H
+#ifndef GPSDR_TOOLS_COMMON_ZELKOFRAMES_H
+#define GPSDR_TOOLS_COMMON_ZELKOFRAMES_H
 
 #include <cstdint>
 #include <cstring>
