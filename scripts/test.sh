@@ -6,7 +6,7 @@
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
-"$root/scripts/setup.sh" || exit 1
+"$root/scripts/setup.sh" all || exit 1
 
 variants=("$@")
 [ ${#variants[@]} -gt 0 ] || variants=(normal asan tsan arm fuzz)

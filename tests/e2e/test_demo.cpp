@@ -1,53 +1,115 @@
-// gpsdr-demo end to end: simulator on a pty, the library through its native interface, one
-// sendGISInfo line a second, and the GPX and SVG files drawn from them.
+// The demo as a new user meets it: scripts/setup.sh on a fresh machine without root, then
+// gpsdr-demo as a user without root: simulator, namespace, the real JVM, the printed calls, the
+// distance to the transformed truth, and a track picture that renders.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <regex>
+#include <set>
 #include <string>
 
 #include "tests/e2e/ToolProcess.h"
 
 namespace {
 
-TEST(GpsdrDemo, PrintsWhatJavaReceivesAndWritesBothTracks)
+// Runs program as a user without root (nobody, when the test itself is root).
+tooltest::RunResult RunUnprivileged(const std::string& program, std::vector<std::string> args, tooltest::Io io)
 {
-    const int seconds = 4;
-    const std::string out = testing::TempDir() + "gpsdr_demo_" + std::to_string(getpid());
-    const tooltest::RunResult r =
-        tooltest::Run("gpsdr-demo", {"--seconds", std::to_string(seconds), "--seed", "3", "--out", out});
-    ASSERT_EQ(r.status, 0) << r.out;
+    if (geteuid() != 0) return tooltest::Run(program, args, io, std::chrono::seconds(90));
+    args.insert(args.begin(), {"--reuid=65534", "--regid=65534", "--clear-groups", program});
+    return tooltest::Run("/usr/bin/setpriv", args, io, std::chrono::seconds(90));
+}
 
-    // The played truth of the demo's drive (seed 3) starts near 37.576 N, 126.977 E.
-    const std::regex sample(
-        R"re(^\[ *(\d+)s\] sendGISInfo\(([-\d.]+), ([-\d.]+), ([-\d.]+), (\d+), (\d+), (-?\d+), 0, "(\d{14})"\)  port (\d+) \((.+)\)$)re");
-    int lines = 0, positions = 0;
+std::string TempDirForAll(const std::string& name)
+{
+    const std::string dir = testing::TempDir() + name + std::to_string(getpid());
+    std::filesystem::create_directories(dir);
+    chmod(dir.c_str(), 0777);
+    return dir;
+}
+
+TEST(DemoScript, NamesExactlyTheDemosMissingPackagesWithoutRoot)
+{
+    const std::string bin = TempDirForAll("fresh_machine_"), err = bin + "/err";
+    std::ofstream(bin + "/dpkg") << "#!/bin/sh\nexit 1\n";  // knows no package
+    chmod((bin + "/dpkg").c_str(), 0755);
+    const std::string setup = std::string(std::getenv("GPSDR_SOURCE_DIR")) + "/scripts/setup.sh";
+    const auto r = RunUnprivileged("/bin/bash", {setup, "demo"}, {"", false, err, {"PATH=" + bin + ":/usr/bin:/bin"}});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(tooltest::ReadText(err).find("\n  sudo apt-get update && sudo apt-get install -y cmake ninja-build g++ "
+                                           "openjdk-17-jdk-headless\n"),
+              std::string::npos)
+        << tooltest::ReadText(err);
+    std::filesystem::remove_all(bin);
+}
+
+TEST(GpsdrDemo, PrintsEachCallJavaReceivedWithItsDistanceToTheTransformedTruth)
+{
+    const char* jvm = std::getenv("GPSDR_JVM");
+    if (jvm && std::string(jvm) == "none") GTEST_SKIP() << "no JVM in this variant";
+    const int seconds = 5;
+    const std::string out = TempDirForAll("gpsdr_demo_");
+    tooltest::Io io{"", false, out + "/stderr"};
+    if (const char* preload = std::getenv("GPSDR_JVM_PRELOAD"))
+        io.env = {std::string("LD_PRELOAD=") + preload, "ASAN_OPTIONS=detect_leaks=0:handle_segv=0:allow_user_segv_handler=1"};
+    const auto r = RunUnprivileged(tooltest::BuildPath("gpsdr-demo"),
+                                   {"--seconds", std::to_string(seconds), "--seed", "3", "--out", out}, io);
+    ASSERT_EQ(r.status, 0) << r.out << tooltest::ReadText(out + "/stderr");
+    for (const char* said : {"in a user and mount namespace of the JVM's own", "StartGPSDRmodule() returned 1",
+                             "degrees in the offset coordinate frame", "DOP value in tenths", "UTC time",
+                             "EndGPSDRmodule() returned 1"})
+        EXPECT_NE(r.out.find(said), std::string::npos) << said << "\n" << r.out;
+    const std::string bridge = tooltest::ReadText(out + "/java.log");
+    EXPECT_NE(bridge.find("6/JNI: Attaching this Thread VM"), std::string::npos) << bridge;
+
+    // One line per call, from the library's own once-a-second thread.
+    const std::regex row(R"(^ *(\d+\.\d\d)  (\S+ \S+|-) +[-\d.]+ +[-\d.]+ +[-\d.]+ +\d+ +\d+ +-?\d+ +0 +([\d.]+|-)  (3d|dr|-) *$)");
+    std::smatch m, s;
+    std::vector<double> at;
     for (const std::string& line : tooltest::Lines(r.out)) {
-        std::smatch m;
-        if (!std::regex_match(line, m, sample)) continue;
-        EXPECT_EQ(std::stoi(m.str(1)), ++lines);
-        const double lat = std::stod(m.str(2)), lon = std::stod(m.str(3));
-        if (lat == 0 && lon == 0) continue;
-        ++positions;
-        EXPECT_EQ(m.str(9), "0") << line;
-        EXPECT_NEAR(lat, 37.576, 0.05) << line;
-        EXPECT_NEAR(lon, 126.977, 0.05) << line;
-        EXPECT_EQ(m.str(8).rfind("20240315", 0), 0u) << line;
+        if (!std::regex_match(line, m, row)) continue;
+        at.push_back(std::stod(m.str(1)));
+        EXPECT_NEAR(at.back() - at[at.size() > 1 ? at.size() - 2 : 0], at.size() > 1 ? 1.0 : 0.0, 0.2) << line;
     }
-    EXPECT_EQ(lines, seconds) << r.out;
-    EXPECT_GE(positions, seconds - 1) << r.out;
+    ASSERT_TRUE(std::regex_search(r.out, s, std::regex(R"(Java received (\d+) calls of sendGISInfo in [\d.]+ s, (\d+) from the update thread)")));
+    EXPECT_EQ(std::stoul(s.str(1)), at.size());
+    EXPECT_EQ(s.str(2), s.str(1));
+    EXPECT_GE(at.size(), static_cast<size_t>(seconds));
+    ASSERT_TRUE(std::regex_search(r.out, s, std::regex(R"(mean ([\d.]+) m, max ([\d.]+) m \((\d+) positions)")));
+    EXPECT_LT(std::stod(s.str(2)), 5.0);
+    EXPECT_GE(std::stoi(s.str(3)), seconds - 2);
+    ASSERT_TRUE(std::regex_search(r.out, s, std::regex(R"(transform itself moves the truth by (\d+) m)")));
+    EXPECT_GT(std::stoi(s.str(1)), 100);
+    EXPECT_EQ(tooltest::CountOf(tooltest::ReadText(out + "/demo.gpx"), "<trk>"), 3u);
 
-    const std::string gpx = tooltest::ReadText(out + "/demo.gpx");
-    ASSERT_EQ(tooltest::CountOf(gpx, "<trk>"), 2u) << gpx;
-    const size_t truthTrack = gpx.find("<name>ground truth");
-    ASSERT_NE(truthTrack, std::string::npos);
-    EXPECT_EQ(tooltest::CountOf(gpx.substr(0, truthTrack), "<trkpt "), static_cast<size_t>(positions));
-    EXPECT_GE(tooltest::CountOf(gpx.substr(truthTrack), "<trkpt "), static_cast<size_t>(seconds));
+    // The picture renders, its legend shows every kind of mark drawn, and no two texts overlap.
     const std::string svg = tooltest::ReadText(out + "/demo.svg");
-    EXPECT_EQ(svg.rfind("<svg ", 0), 0u);
-    EXPECT_EQ(tooltest::CountOf(svg, "<polyline "), 2u);
-    EXPECT_EQ(tooltest::CountOf(svg, "<circle "), static_cast<size_t>(positions));
-    EXPECT_NE(r.out.find("track (GPX): " + out + "/demo.gpx"), std::string::npos) << r.out;
+    EXPECT_EQ(tooltest::Run("/usr/bin/rsvg-convert", {"-o", out + "/demo.png", out + "/demo.svg"}).status, 0);
+    EXPECT_GT(tooltest::ReadText(out + "/demo.png").size(), 1000u);
+    std::set<std::string> drawn, legend;
+    const std::regex cls("class=\"(legend-)?(\\w+)\"");
+    for (std::sregex_iterator i(svg.begin(), svg.end(), cls), end; i != end; ++i)
+        ((*i)[1].matched ? legend : drawn).insert((*i)[2]);
+    EXPECT_TRUE(std::includes(legend.begin(), legend.end(), drawn.begin(), drawn.end())) << svg;
+    EXPECT_TRUE(drawn.count("gps") && drawn.count("time") && drawn.count("truth")) << svg;
+    std::vector<std::array<double, 4>> boxes;
+    const std::regex text(R"re(<text (?:class="\w+" )?x="([\d.]+)" y="([\d.]+)" font-size="(\d+)"[^>]*>([^<]*)<)re");
+    for (std::sregex_iterator i(svg.begin(), svg.end(), text), end; i != end; ++i) {
+        const double x = std::stod((*i)[1]), y = std::stod((*i)[2]), size = std::stod((*i)[3]);
+        const double w = 0.55 * size * (*i)[4].length();
+        const std::string anchor = (*i).str(0);
+        const double x0 = anchor.find("\"end\"") != std::string::npos ? x - w : anchor.find("middle") != std::string::npos ? x - w / 2 : x;
+        for (const auto& b : boxes)
+            EXPECT_FALSE(x0 < b[2] && b[0] < x0 + w && y - size < b[3] && b[1] < y) << (*i)[4] << " overlaps a text";
+        boxes.push_back({x0, y - size, x0 + w, y});
+    }
     std::filesystem::remove_all(out);
 }
 

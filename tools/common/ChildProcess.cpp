@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -54,9 +55,12 @@ Child Spawn(const std::string& program, const std::vector<std::string>& args, co
     std::vector<char*> argv, envp;
     for (std::string& a : all) argv.push_back(&a[0]);
     argv.push_back(nullptr);
-    // The first definition of a name wins, so the given variables go first.
     for (const std::string& e : io.env) envp.push_back(const_cast<char*>(e.c_str()));
-    for (char** e = environ; *e; ++e) envp.push_back(*e);
+    for (char** e = environ; *e; ++e) {
+        const std::string name(*e, std::strcspn(*e, "=") + 1);
+        if (std::none_of(io.env.begin(), io.env.end(), [&](const std::string& v) { return v.compare(0, name.size(), name) == 0; }))
+            envp.push_back(*e);
+    }
     envp.push_back(nullptr);
 
     int out[2], in[2] = {-1, -1};

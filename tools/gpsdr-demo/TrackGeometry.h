@@ -21,15 +21,4 @@ private:
     double m_lat0 = 0, m_lon0 = 0, m_cosLat0 = 1;
 };
 
-struct PointPair {
-    const GpxPoint* track;
-    const GpxPoint* reference;
-};
-
-// Each point of `track` with the point of `reference` of the same UTC second, where there is one.
-std::vector<PointPair> PairBySecond(const GpxTrack& track, const GpxTrack& reference);
-
-// Mean distance over the pairs; 0 when there are none.
-double MeanOffsetMetres(const std::vector<PointPair>& pairs, const LocalProjection& proj);
-
 #endif

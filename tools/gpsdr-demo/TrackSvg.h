@@ -1,19 +1,19 @@
-// A picture of two tracks drawn over each other in a local metric plane, with a scale bar and
-// a legend, so that the offset between them can be seen.
+// The demo's track picture, in the offset coordinate frame: the truth passed through the offset
+// transform as a line, each position Java received as a mark (GPS fix and dead reckoning told
+// apart) linked to the truth of its moment, axes in metres from the start, UTC time labels, the
+// caption above and a legend of every mark below. Labels are placed where they overlap nothing
+// else, whatever the length of the run.
 #ifndef GPSDR_TOOLS_GPSDR_DEMO_TRACKSVG_H
 #define GPSDR_TOOLS_GPSDR_DEMO_TRACKSVG_H
 
 #include <string>
-
 #include <vector>
 
-#include "tools/common/GpxTrack.h"
-#include "tools/gpsdr-demo/TrackGeometry.h"
+#include "tools/common/TruthCycles.h"
+#include "tools/gpsdr-demo/CallTable.h"
 
-// Draws `reference` (blue line), `track` (red line with a dot per point) and a thin dashed line
-// for each pair of points of the same moment; caption goes under the legend. False when the
-// file cannot be written.
-bool WriteTrackSvg(const std::string& path, const GpxTrack& reference, const GpxTrack& track,
-                   const std::vector<PointPair>& pairs, const std::string& caption);
+// False when the file cannot be written.
+bool WriteTrackSvg(const std::string& path, const std::vector<TruthCycle>& truth, const std::vector<DemoCall>& calls,
+                   const std::vector<std::string>& caption);
 
 #endif

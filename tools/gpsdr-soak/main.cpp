@@ -21,17 +21,30 @@
 #include "tools/common/DeviceLink.h"
 #include "tools/common/ProcSelf.h"
 #include "tools/common/SimProcess.h"
+#include "tools/common/ToolCli.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-const char kUsage[] =
-    "usage: gpsdr-soak [--minutes N] [--warmup N] [--rss-tolerance-kb K]\n"
-    "  --minutes N           how long to run (30)\n"
-    "  --warmup N            minutes before memory and threads are watched (2, or 1 below 10 minutes)\n"
-    "  --rss-tolerance-kb K  resident memory growth allowed after the warm-up (1024)\n"
-    "exit status: 0 passed, 1 failed, 2 bad arguments or no simulator\n";
+enum OptionId { kMinutes, kWarmup, kRssTolerance };
+
+const ToolCommandLine kSoakCommandLine = {
+    "gpsdr-soak",
+    "",
+    "The whole road (zelko-sim at 10 Hz with noise and corrupt frames, pty, libgpsdr.so) for a long\n"
+    "time, with memory, CPU, threads and positions printed once a minute.",
+    {
+        {kMinutes, "minutes", "N", "how long to run (30)"},
+        {kWarmup, "warmup", "N", "minutes before memory and threads are watched (2, or 1 below 10 minutes)"},
+        {kRssTolerance, "rss-tolerance-kb", "K", "resident memory growth allowed after the warm-up (1024)"},
+    },
+    "",
+    {
+        {kExitOk, "passed"},
+        {kExitFailure, "memory or threads grew, positions stopped, or a thread outlived the stop"},
+    },
+};
 
 struct Options {
     int minutes = 30;
@@ -39,19 +52,26 @@ struct Options {
     long rssToleranceKb = 1024;  // growth allowed over the warm-up figure
 };
 
-bool ParseArgs(int argc, char** argv, Options& o)
+int ParseArgs(int argc, char** argv, Options& o)
 {
-    for (int i = 1; i + 1 < argc; i += 2) {
-        char* end = nullptr;
-        const long v = std::strtol(argv[i + 1], &end, 10);
-        if (*end != '\0' || v < 0) return false;
-        if (!std::strcmp(argv[i], "--minutes")) o.minutes = static_cast<int>(v);
-        else if (!std::strcmp(argv[i], "--warmup")) o.warmup = static_cast<int>(v);
-        else if (!std::strcmp(argv[i], "--rss-tolerance-kb")) o.rssToleranceKb = v;
-        else return false;
-    }
+    const int parsed = ParseToolCommandLine(
+        kSoakCommandLine, argc, argv,
+        [&](int id, const char* arg, std::string&) {
+            long long v = 0;
+            if (!ParseToolInt(arg, 0, 1000000, v)) return false;
+            if (id == kRssTolerance)
+                o.rssToleranceKb = static_cast<long>(v);
+            else
+                (id == kMinutes ? o.minutes : o.warmup) = static_cast<int>(v);
+            return true;
+        },
+        [](const char*, std::string& why) {
+            why = "the soak takes no operands";
+            return false;
+        });
+    if (parsed >= 0) return parsed;
     if (o.warmup < 0) o.warmup = o.minutes < 10 ? 1 : 2;
-    return argc % 2 == 1 && o.minutes > o.warmup;
+    return o.minutes > o.warmup ? -1 : ToolUsageError(kSoakCommandLine, "the minutes must exceed the warm-up");
 }
 
 // The update thread logs each sendGISInfo call just before making it: counting those lines
@@ -141,18 +161,8 @@ void PrintMinute(int n, const Minute& now, const Minute& before)
 int main(int argc, char** argv)
 {
     Options o;
-    if (argc == 2 && (!std::strcmp(argv[1], "-h") || !std::strcmp(argv[1], "--help"))) {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
-    if (argc == 2 && !std::strcmp(argv[1], "--version")) {
-        std::puts("gpsdr-soak 1.0");
-        return 0;
-    }
-    if (!ParseArgs(argc, argv, o)) {
-        std::fprintf(stderr, "gpsdr-soak: bad arguments (the minutes must exceed the warm-up)\n%s", kUsage);
-        return 2;
-    }
+    const int parsed = ParseArgs(argc, argv, o);
+    if (parsed >= 0) return parsed;
     Deliveries deliveries;
     mHostLogSetSink(CountDelivery, &deliveries);
 

@@ -1,4 +1,5 @@
 import com.corvane.velmorith.NativeCall;
+import com.corvane.velmorith.NativeCallDemo;
 
 import java.io.BufferedReader;
 import java.io.InputStreamReader;
@@ -10,8 +11,8 @@ import java.util.List;
  * The Java side of the end-to-end run, as the navigation service uses the library: start, take
  * the once-a-second positions, stop. Talks to its driver by lines: it asks "LINK drive",
  * "LINK replay" or "LINK silent" (answered "OK") to have the serial device point at a moving
- * module, a replay of its recorded drive or a silent module, reports each received position as "CALL ..." and each broken expectation as
- * "FAIL ...", and ends with "DONE".
+ * module, a replay of its recorded drive or a silent module, reports each received position as a
+ * "CALL" line of the demo's format and each broken expectation as "FAIL ...", and ends with "DONE".
  */
 public final class NativeCallE2E {
     private static final String NO_TIME = "00000000000000";
@@ -91,8 +92,8 @@ public final class NativeCallE2E {
 
     private static void report(String phase, List<Call> got) {
         for (Call c : got) {
-            System.out.println("CALL " + phase + " " + c.lat + " " + c.lon + " " + c.alt + " " + c.dopA
-                    + " " + c.dopB + " " + c.heading + " " + c.reserved + " " + c.time);
+            System.out.println(NativeCallDemo.callLine(phase, c.atNanos, c.lat, c.lon, c.alt, c.dopA, c.dopB,
+                    c.heading, c.reserved, c.time));
         }
     }
 

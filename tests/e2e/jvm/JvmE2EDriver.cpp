@@ -71,10 +71,10 @@ int main(int argc, char** argv)
     if (!failures)
         java = tooltest::Spawn(o["--java"], {"-Xcheck:jni", "-Djava.library.path=" + o["--libdir"], "-cp",
                                              o["--classes"], "NativeCallE2E"}, javaIo);
-    std::vector<ReportedCall> calls;
+    std::vector<GisCall> calls;
     bool done = false;
     for (std::string line; java.pid > 0 && tooltest::Read(java.out, line, deadline);) {
-        ReportedCall call;
+        GisCall call;
         if (line == "LINK replay") {  // Ctrl-C ends the recording
             kill(recorder.pid, SIGINT);
             if (tooltest::Reap(recorder, deadline) != 0 && ++failures) std::printf("FAIL: zelko-record failed on SIGINT\n");
@@ -85,7 +85,7 @@ int main(int argc, char** argv)
             const bool ok = !pty.empty() && device.PointAt(pty);
             if (!ok) std::printf("FAIL: cannot point %s at %s\n", DeviceLink::kPath, pty.c_str());
             failures += !ok + (write(java.in, ok ? "OK\n" : "NO\n", 3) != 3);
-        } else if (ParseReportedCall(line, call)) {
+        } else if (ParseGisCall(line, call)) {
             calls.push_back(call);
         } else if (line == "DONE") {
             done = true;
