@@ -22,7 +22,6 @@ using childproc::Read;
 using childproc::ReadUntil;
 using childproc::Reap;
 using childproc::RunResult;
-using childproc::Spawn;
 
 inline std::string BuildPath(const std::string& program)
 {
@@ -30,7 +29,12 @@ inline std::string BuildPath(const std::string& program)
     return std::string(dir ? dir : ".") + "/" + program;
 }
 
-// A program of the build directory, or a path.
+// program: one of the build directory, or a path.
+inline Child Spawn(const std::string& program, const std::vector<std::string>& args, const Io& io = {})
+{
+    return childproc::Spawn(program.find('/') == std::string::npos ? BuildPath(program) : program, args, io);
+}
+
 inline RunResult Run(const std::string& program, const std::vector<std::string>& args, const Io& io = {},
                      std::chrono::seconds limit = std::chrono::seconds(60))
 {

@@ -1,6 +1,5 @@
 // zelko-mon in tmux against zelko-sim: the panes show what the simulator played, the keys reach
 // it as the module's command frames, and the terminal comes back as it was.
-#include <signal.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -11,6 +10,7 @@
 #include <thread>
 
 #include "tests/e2e/ToolProcess.h"
+#include "tools/common/SimProcess.h"
 
 namespace {
 
@@ -79,9 +79,10 @@ TEST(ZelkoMon, ShowsTheModuleSendsItsCommandsAndSurvivesItsLoss)
     if (Shell("command -v tmux").empty()) GTEST_SKIP() << "tmux is not installed";
     const std::string base = testing::TempDir() + "zelko_mon_" + std::to_string(getpid());
     const std::string truth = base + ".json";
-    tooltest::Child sim = tooltest::Spawn("zelko-sim", {"--rate", "1", "--seed", "5", "--cold-start", "1", "--truth", truth});
-    std::string pty;
-    ASSERT_TRUE(tooltest::Read(sim.out, pty, Clock::now() + std::chrono::seconds(5)));
+    SimProcess sim;
+    ASSERT_TRUE(sim.Start(tooltest::BuildPath("zelko-sim"), {"--rate", "1", "--seed", "5", "--cold-start", "1", "--truth", truth}))
+        << sim.Error();
+    const std::string pty = sim.Pty();
     Tmux tmux;
     tmux.Run("new-session -d -s mon -x 80 -y 24 'stty -g >" + base + ".before; " + tooltest::BuildPath("zelko-mon") +
              " " + pty + "; echo EXIT=$?; stty -g >" + base + ".after; sleep 60'");
@@ -110,8 +111,7 @@ TEST(ZelkoMon, ShowsTheModuleSendsItsCommandsAndSurvivesItsLoss)
     EXPECT_EQ(commands("\"frame\":\"81 01 70 60 02 00 00"), 1u);
     EXPECT_EQ(commands("\"outcome\":\"set 70/60 type 0 pitch 3 roll -2 -> 1001\""), 1u);
 
-    kill(sim.pid, SIGTERM);
-    tooltest::Reap(sim, Clock::now() + std::chrono::seconds(5));
+    sim.Stop();
     EXPECT_TRUE(tmux.Shows({"Port data stopped (5)"})) << tmux.pane;
     tmux.Run("send-keys -t mon q");
     EXPECT_TRUE(tmux.Shows({"EXIT=0"})) << tmux.pane;

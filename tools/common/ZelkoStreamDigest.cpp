@@ -9,7 +9,7 @@
 
 #include "module/position/PositionMgr.h"
 #include "platform/mAndroidLog.h"
-#include "tests/support/ZelkoFrames.h"
+#include "tools/common/ZelkoFrames.h"
 
 namespace {
 
