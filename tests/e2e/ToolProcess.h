@@ -3,6 +3,9 @@
 #ifndef GPSDR_TESTS_E2E_TOOLPROCESS_H
 #define GPSDR_TESTS_E2E_TOOLPROCESS_H
 
+#include <signal.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "tests/e2e/ToolProcess.h"
+#include "tools/common/SimProcess.h"
 
 namespace {
 
@@ -67,11 +68,10 @@ int main(int argc, char** argv)
     mkdir(work.c_str(), 0755);
     const auto deadline = tooltest::Clock::now() + std::chrono::seconds(60);
     // A tunnel in the middle: four seconds of dead reckoning.
-    tooltest::Child sim = tooltest::Spawn(o["--sim"], {"--truth", truthPath, "--seed", "4", "--duration", "45",
-                                                        "--tunnel", "14:4"}, {"", false, work + "/sim.log"});
-    std::string simPty, nmeaPty, line;
-    tooltest::Read(sim.out, simPty, deadline);
-    tooltest::Child nmea = tooltest::Spawn(o["--nmea"], {"--pty", simPty}, {"", false, work + "/nmea.log"});
+    SimProcess sim;
+    sim.Start(o["--sim"], {"--truth", truthPath, "--seed", "4", "--duration", "45", "--tunnel", "14:4"}, work + "/sim.log");
+    std::string nmeaPty, line;
+    tooltest::Child nmea = tooltest::Spawn(o["--nmea"], {"--pty", sim.Pty()}, {"", false, work + "/nmea.log"});
     tooltest::Read(nmea.out, nmeaPty, deadline);
     tooltest::Child daemon = tooltest::Spawn(gpsd, {"-N", "-n", "-F", work + "/gpsd.sock", "-P", work + "/gpsd.pid",
                                                     "-S", port, nmeaPty}, {"", false, work + "/gpsd.log"});
@@ -90,10 +90,11 @@ int main(int argc, char** argv)
         reports.push_back(line);
         saved << line << "\n";
     }
-    for (tooltest::Child* c : {&pipe, &daemon, &nmea, &sim}) {
+    for (tooltest::Child* c : {&pipe, &daemon, &nmea}) {
         if (c->pid > 0) kill(c->pid, SIGTERM);
         tooltest::Reap(*c, tooltest::Clock::now() + std::chrono::seconds(5));
     }
+    sim.Stop();
 
     std::map<std::string, std::string> truth;  // by "YYYY-MM-DDThh:mm:ss"
     for (const std::string& t : tooltest::Lines(tooltest::ReadText(truthPath))) truth[Text(t, "utc").substr(0, 19)] = t;
