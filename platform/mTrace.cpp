@@ -53,15 +53,24 @@ void Narrow(const unsigned short* wide, unsigned char (&text)[kTextBytes])
     text[used] = 0;
 }
 
+// The system log has always received the text as its format, so a "%%" that survives the first
+// formatting reaches it as one '%'. That second pass is kept, but done here: any other '%' would
+// make the log read arguments that were never passed, so it goes out as it stands.
+void SecondPass(const char* text, char (&out)[kNarrowBytes])
+{
+    unsigned int j = 0;
+    for (unsigned int i = 0; text[i] != 0 && j + 1 < kNarrowBytes; ++i) {
+        out[j++] = text[i];
+        if (text[i] == '%' && text[i + 1] == '%') ++i;
+    }
+    out[j] = 0;
+}
+
 void Emit(const char* text)
 {
-    // The text is handed over as the format: a '%' that survives the first formatting is
-    // expanded again, as it always has been on the device; messages are written for that.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-security"
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    __android_log_print(ANDROID_LOG_INFO, "Varnex", text);
-#pragma GCC diagnostic pop
+    char logText[kNarrowBytes];
+    SecondPass(text, logText);
+    __android_log_print(ANDROID_LOG_INFO, "Varnex", "%s", logText);
     if (!g_pFileLog.load(std::memory_order_relaxed)) return;  // no file log: no further cost
     g_fileLogWriters.fetch_add(1);
     if (mFLog* log = g_pFileLog.load()) log->Puts(text);

@@ -31,11 +31,13 @@ TEST(Trace, EveryKindOfTraceReachesTheSystemLogExactly)
     mTraceA("{mThreadCreate} FileName %s, Fuction %s, line %d \n", "module/MM/MM", "Init", 12);
     mException(what, W16("MM.cpp"), 77);
     mTraceW(W16("load 50%%%%\n"));  // formatted once more by the system log
+    mTraceW(W16("[HardwareReport] %s\n"), W16("Z%s%d%n"));  // a module name is no format
     mTraceA("%s", std::string(3000, 'x').c_str());  // the system log keeps 1023 characters, like liblog
     std::vector<LogLine> want;
     for (const std::string text : {"[MM-Err][CMM::Initialize] UpdateThread -7\n", "\xB0\xA1\xB3\xAA\n",
                                    "{mThreadCreate} FileName module/MM/MM, Fuction Init, line 12 \n",
-                                   "[### Exception Occurs] boom, [From] MM.cpp, [Line] 77\n", "load 50%\n"})
+                                   "[### Exception Occurs] boom, [From] MM.cpp, [Line] 77\n", "load 50%\n",
+                                   "[HardwareReport] Z%s%d%n\n"})
         want.push_back({4, "Varnex", text});
     want.push_back({4, "Varnex", std::string(1023, 'x')});
     EXPECT_EQ(log.All(), want);
