@@ -17,7 +17,7 @@
 #include "module/geo/MMUtility.h"
 #include "module/position/PositionMgr.h"
 #include "platform/mAndroidLog.h"
-#include "tools/common/ZelkoFrames.h"
+#include "tools/common/ZelkoSampleFrames.h"
 
 namespace {
 
@@ -38,8 +38,8 @@ struct Reads {
 Stream MakeStream()
 {
     Stream s;
-    zf::Bytes wire;
-    while (wire.size() < kStreamBytes) zf::Append(wire, zf::ModuleSecond(s.epochs++));
+    ZelkoBytes wire;
+    while (wire.size() < kStreamBytes) ZelkoAppend(wire, ZelkoSampleSecond(s.epochs++));
     s.bytes.assign(wire.begin(), wire.end());
     return s;
 }
@@ -114,8 +114,8 @@ std::string Verify(Stream& s, const Reads& r)
         mgr.GetPosData(&pos);
         mgr.GetZelkoTimeData(&time);
         const _mLonLat want = CMMUtility::ChangeLonLatUnits(
-            kUnitKind, static_cast<int32_t>(zf::ModuleAngle(127.0 + epoch * 1e-5)),
-            static_cast<int32_t>(zf::ModuleAngle(37.5 + epoch * 1e-5)));
+            kUnitKind, static_cast<int32_t>(ZelkoModuleAngle(127.0 + epoch * 1e-5)),
+            static_cast<int32_t>(ZelkoModuleAngle(37.5 + epoch * 1e-5)));
         const uint32_t sensorWant = epoch == 0 ? 0 : (epoch - 1) * 1000u;
         if (time.ulDRTime != epoch * 1000u || pos.lLon != want.lLon || pos.lLat != want.lLat ||
             time.ulSensorTime != sensorWant) {

@@ -10,7 +10,6 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -24,11 +23,12 @@
 #include "module/geo/MMUtility.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WaitUntil.h"
-#include "tools/common/ZelkoFrames.h"
+#include "tools/common/ZelkoFrameSplitter.h"
+#include "tools/common/ZelkoSampleFrames.h"
 
 namespace mmt {
 
-using Bytes = zf::Bytes;
+using Bytes = ZelkoBytes;
 using testsupport::LogCapture;
 using testsupport::WaitUntil;
 
@@ -42,27 +42,25 @@ inline std::vector<unsigned short> W(const std::string& ascii)  // terminated 16
 // ---- module -> host, on the wire. Status bit 0: ready (published), bit 2: DR heading valid.
 inline Bytes Fix(uint8_t status, double lon, double lat, uint16_t heading = 0x2000, uint32_t drTime = 1000)
 {
-    Bytes f = zf::FixWithRawDR(lon, lat, heading, 0, drTime);
-    f[3] = status;
-    return zf::Stuff(zf::Seal(f));
+    Bytes f = ZelkoSampleFixWithRawDR(lon, lat, heading, 0, drTime);
+    ZelkoSetField(f, {&ZelkoFixWithRawDR::kStatus, status});
+    return ZelkoStuff(ZelkoSeal(f));
 }
 
 inline Bytes Version(uint8_t major, uint8_t minor)
 {
-    Bytes f = zf::Blank(0x11, 0x01, 12);
-    f[3] = major;
-    f[4] = minor;
-    return zf::Stuff(zf::Seal(f));
+    return ZelkoWireFrame(ZELKO_ID_APP_VERSION, {{&ZelkoVersion::kMajor, major}, {&ZelkoVersion::kMinor, minor}});
 }
 
 // The unit gravity direction for the angles, from the tables the decoder inverts.
 inline Bytes MountAngle(int pitchDeg, int rollDeg)
 {
-    Bytes f = zf::Blank(0x70, 0x60, 75);
-    zf::PutF32(f, 29, static_cast<float>(-CMMUtility::mSin(pitchDeg) / 100000.0));
-    zf::PutF32(f, 33, static_cast<float>(CMMUtility::mCos(pitchDeg) / 100000.0 * CMMUtility::mSin(rollDeg) / 100000.0));
-    f[72] = 100;  // calibration complete
-    return zf::Stuff(zf::Seal(f));
+    using namespace ZelkoMountAngle;
+    const double cosPitch = CMMUtility::mCos(pitchDeg) / 100000.0;
+    return ZelkoWireFrame(ZELKO_ID_MOUNT_ANGLE,
+                          {{&kPitch, ZelkoFloatBits(static_cast<float>(-CMMUtility::mSin(pitchDeg) / 100000.0))},
+                           {&kRoll, ZelkoFloatBits(static_cast<float>(cosPitch * CMMUtility::mSin(rollDeg) / 100000.0))},
+                           {&kProgress, 100}});  // calibration complete
 }
 
 // ---- host -> module frames (each goes out behind eight zero bytes).
@@ -139,7 +137,7 @@ public:
 private:
     void ReadLoop()
     {
-        const Bytes idle = zf::Stuff(zf::Seal(zf::Blank(0x16, 0x01, 8)));
+        const Bytes idle = ZelkoWireFrame(ZELKO_ID_HEALTH);
         unsigned char buf[512];
         while (!m_stop) {
             if (m_chatter) Send(idle);
@@ -152,13 +150,11 @@ private:
             std::vector<Bytes> frames;
             {
                 std::lock_guard<std::mutex> hold(m_lock);
-                m_pending.insert(m_pending.end(), buf, buf + n);
-                auto end = std::find(m_pending.begin(), m_pending.end(), 0x82);
-                for (; end != m_pending.end(); end = std::find(m_pending.begin(), m_pending.end(), 0x82)) {
-                    const bool framed = end - m_pending.begin() >= 10 && m_pending[8] == 0x81 &&
-                                        std::all_of(m_pending.begin(), m_pending.begin() + 8, [](int b) { return !b; });
-                    frames.emplace_back(m_pending.begin() + (framed ? 8 : 0), end + 1);
-                    m_pending.erase(m_pending.begin(), end + 1);
+                m_splitter.Push(buf, static_cast<size_t>(n));
+                for (Bytes lead, wire; m_splitter.Next(lead, wire);) {
+                    const bool framed = lead == Bytes(8, 0) && !wire.empty();
+                    if (!framed) wire.insert(wire.begin(), lead.begin(), lead.end());
+                    frames.push_back(wire);
                 }
                 m_frames.insert(m_frames.end(), frames.begin(), frames.end());
             }
@@ -174,7 +170,7 @@ private:
     std::thread m_reader;
     std::mutex m_writeLock;
     mutable std::mutex m_lock;
-    Bytes m_pending;
+    ZelkoFrameSplitter m_splitter;
     std::vector<Bytes> m_frames;
     const Responder m_responder;
 };

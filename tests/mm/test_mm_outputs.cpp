@@ -91,7 +91,7 @@ TEST_F(MMCaller, PublicationWaitsForTheModuleAndGoesThroughTheOffsetTransform)
 TEST_F(MMCaller, ModuleTimeRecordTimeAndDeviceClock)
 {
     Push(mmt::Fix(0x15, 127.0, 37.5, 0x2000, 0));  // the module has delivered no time yet
-    Push(zf::Stuff(zf::TimeConstel(2024, 3, 15, 12, 34, 56, 5)));
+    Push(ZelkoStuff(ZelkoSampleTimeConstel(2024, 3, 15, 12, 34, 56, 5)));
     _SYSTEMTIME st;
     std::memset(&st, 0xAA, sizeof st);
     EXPECT_EQ(s_mm->GetGPSTime(&st, 0), 0);
@@ -149,17 +149,17 @@ TEST_F(MMCaller, ModuleTimeRecordTimeAndDeviceClock)
 TEST_F(MMCaller, SatelliteCopyRules)
 {
     // Three satellites fill the table's first entries; the third is not used in the fix.
-    Push(zf::Stuff(zf::ChannelMeas(3, 40, 40, 40, 0x04)));
-    Push(zf::Stuff(zf::ChannelMeas(7, 40, 40, 40, 0x10)));
-    Push(zf::Stuff(zf::ChannelMeas(9, 40, 40, 40, 0x00)));
+    Push(ZelkoStuff(ZelkoSampleChannelMeas(3, 40, 40, 40, 0x04)));
+    Push(ZelkoStuff(ZelkoSampleChannelMeas(7, 40, 40, 40, 0x10)));
+    Push(ZelkoStuff(ZelkoSampleChannelMeas(9, 40, 40, 40, 0x00)));
     _mSatelView views[MM_SATEL_MAX];
     int count = -1;
-    Push(zf::Stuff(zf::TimeConstel(2024, 3, 15, 12, 34, 56, 2)));  // two in view: the first two entries
+    Push(ZelkoStuff(ZelkoSampleTimeConstel(2024, 3, 15, 12, 34, 56, 2)));  // two in view: the first two entries
     EXPECT_EQ(s_mm->GetSatelData(views, count), 1);
     ASSERT_EQ(count, 2);
     EXPECT_EQ(views[0].wSatID * 100 + views[1].wSatID, 307);
 
-    Push(zf::Stuff(zf::TimeConstel(2024, 3, 15, 12, 34, 56, 0)));  // none in view: every valid entry
+    Push(ZelkoStuff(ZelkoSampleTimeConstel(2024, 3, 15, 12, 34, 56, 0)));  // none in view: every valid entry
     EXPECT_EQ(s_mm->GetSatelData(views, count), 1);
     ASSERT_EQ(count, 3);
     EXPECT_EQ(views[2].wSatID, 9);

@@ -117,7 +117,7 @@ TEST_F(MMCaller, CommandsOnTheWire)
     unsigned char command = 0;
     unsigned long ms = 0;
     EXPECT_EQ(s_mm->GetZelkoResetTime(command, ms), 0);
-    Push(zf::Stuff(zf::GpsFix(127.0, 37.5, 0, 0)));
+    Push(ZelkoStuff(ZelkoSampleGpsFix(127.0, 37.5, 0, 0)));
     EXPECT_EQ(s_mm->GetZelkoResetTime(command, ms), 1);
     EXPECT_EQ(command, 3);
     EXPECT_LT(ms, 2000ul);

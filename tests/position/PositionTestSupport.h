@@ -12,23 +12,23 @@
 
 #include "module/position/PositionMgr.h"
 #include "tests/support/LogCapture.h"
-#include "tools/common/ZelkoFrames.h"
+#include "tools/common/ZelkoSampleFrames.h"
 
 namespace pt {
 
 using Lines = std::vector<std::string>;
 
 // One chunk of wire bytes, through a mutable copy for the library's char* input.
-inline int Feed(CPositionMgr& m, const zf::Bytes& wire)
+inline int Feed(CPositionMgr& m, const ZelkoBytes& wire)
 {
     std::vector<char> c(wire.begin(), wire.end());
     return m.ParsingZelko(c.data(), static_cast<unsigned short>(c.size()));
 }
 
 // A logical frame, sealed and escaped as the module would send it.
-inline int FeedFrame(CPositionMgr& m, const zf::Bytes& logical)
+inline int FeedFrame(CPositionMgr& m, const ZelkoBytes& logical)
 {
-    return Feed(m, zf::Stuff(zf::Seal(logical)));
+    return Feed(m, ZelkoStuff(ZelkoSeal(logical)));
 }
 
 // A copy-out accessor's record; the fill pattern shows any byte the accessor left unwritten.

@@ -7,45 +7,45 @@ namespace {
 
 using pt::Describe;
 using pt::Get;
-using zf::Bytes;
+using Bytes = ZelkoBytes;
 
 Bytes Fix(uint8_t status, uint8_t ext, uint32_t lat, uint32_t lon, uint16_t heading)
 {
-    Bytes f = zf::Blank(0x30, 0x02, 51);
+    Bytes f = ZelkoBlankFrame(0x30, 0x02, 51);
     f[3] = status;
     f[4] = ext;
-    zf::Put32(f, 10, lat);
-    zf::Put32(f, 14, lon);
-    zf::Put16(f, 20, heading);
+    ZelkoPutLE<uint32_t>(&f[10], lat);
+    ZelkoPutLE<uint32_t>(&f[14], lon);
+    ZelkoPutLE<uint16_t>(&f[20], heading);
     return f;
 }
 
 Bytes GpsFix(uint8_t modeByte, uint16_t heading, size_t len = 33)
 {
-    Bytes f = zf::Blank(0x31, len == 33 ? 0x01 : 0x02, len);
+    Bytes f = ZelkoBlankFrame(0x31, len == 33 ? 0x01 : 0x02, len);
     f[7] = modeByte;
-    zf::Put32(f, 9, 1u << 29);   // 45 N
-    zf::Put32(f, 13, 1u << 30);  // 90 E
-    zf::Put16(f, 19, heading);
-    zf::Put16(f, 21, 1000);
+    ZelkoPutLE<uint32_t>(&f[9], 1u << 29);   // 45 N
+    ZelkoPutLE<uint32_t>(&f[13], 1u << 30);  // 90 E
+    ZelkoPutLE<uint16_t>(&f[19], heading);
+    ZelkoPutLE<uint16_t>(&f[21], 1000);
     return f;
 }
 
 Bytes Time(uint16_t year, uint16_t dop3 = 768, uint8_t fixKind = 0x27, uint8_t used = 0x3D)
 {
-    Bytes f = zf::TimeConstel(year, 3, 15, 12, 34, 56, used);
-    zf::Put16(f, 11, 256);
-    zf::Put16(f, 13, 512);
-    zf::Put16(f, 15, dop3);
+    Bytes f = ZelkoSampleTimeConstel(year, 3, 15, 12, 34, 56, used);
+    ZelkoPutLE<uint16_t>(&f[11], 256);
+    ZelkoPutLE<uint16_t>(&f[13], 512);
+    ZelkoPutLE<uint16_t>(&f[15], dop3);
     f[18] = fixKind;
     return f;
 }
 
 Bytes Mount(float pitchSine, float rollTerm, uint8_t progress)
 {
-    Bytes f = zf::Blank(0x70, 0x60, 75);
-    zf::PutF32(f, 29, pitchSine);
-    zf::PutF32(f, 33, rollTerm);
+    Bytes f = ZelkoBlankFrame(0x70, 0x60, 75);
+    ZelkoPutLE<float>(&f[29], pitchSine);
+    ZelkoPutLE<float>(&f[33], rollTerm);
     f[72] = progress;
     return f;
 }
@@ -66,14 +66,14 @@ protected:
 TEST_F(Actions, FixWithRawDRMakesThePosition)
 {
     Bytes f = Fix(0x15, 0xCE, 1u << 29, 1u << 30, 32768);  // 45 N, 90 E, heading 180.0
-    zf::Put32(f, 6, 0x11223344);
-    zf::Put16(f, 18, static_cast<uint16_t>(-12));
-    zf::Put16(f, 22, 1000);
+    ZelkoPutLE<uint32_t>(&f[6], 0x11223344);
+    ZelkoPutLE<uint16_t>(&f[18], static_cast<uint16_t>(-12));
+    ZelkoPutLE<uint16_t>(&f[22], 1000);
     const uint16_t values[] = {0x0102, 0xFFFE, 0x0304, 0, 0, 0, 0, 0x0506, 0x0708};  // bytes 24..41
-    for (int i = 0; i < 9; ++i) zf::Put16(f, 24 + 2 * i, values[i]);
+    for (int i = 0; i < 9; ++i) ZelkoPutLE<uint16_t>(&f[24 + 2 * i], values[i]);
     f[42] = 0x85;
-    zf::Put32(f, 43, 0xA1B2C3D4);
-    zf::Put16(f, 47, 0x0910);
+    ZelkoPutLE<uint32_t>(&f[43], 0xA1B2C3D4);
+    ZelkoPutLE<uint16_t>(&f[47], 0x0910);
     EXPECT_EQ(Feed(f), 1);
 
     EXPECT_EQ(PosText(), "pos 32400000,16200000 head 1800 speed 360 date 0 time 0 sats 0/0 dop 0,0,0 fix 0 alt -12 mode 8");
@@ -179,9 +179,9 @@ TEST_F(Actions, TimeAndConstellationSummary)
 
 TEST_F(Actions, ChannelMeasurementsFillTheSatelliteTable)
 {
-    Feed(zf::ChannelMeas(7, 47, 45, 100, 0x10));
-    Feed(zf::ChannelMeas(9, 5, 10, 3, 0x01));
-    Feed(zf::ChannelMeas(7, 3, 46, 101, 0x04));  // same id: updated in place
+    Feed(ZelkoSampleChannelMeas(7, 47, 45, 100, 0x10));
+    Feed(ZelkoSampleChannelMeas(9, 5, 10, 3, 0x01));
+    Feed(ZelkoSampleChannelMeas(7, 3, 46, 101, 0x04));  // same id: updated in place
     _mSatelView s[CPositionMgr::SATEL_TABLE_SIZE];
     auto text = [&s](int i) {
         return pt::Text("%u el %u az %d snr %u used %u", s[i].wSatID, s[i].wElevation, s[i].sAzimuth, s[i].wSNR, s[i].ucUsed);
@@ -192,13 +192,13 @@ TEST_F(Actions, ChannelMeasurementsFillTheSatelliteTable)
     EXPECT_EQ(text(2), "65535 el 65535 az -1 snr 65535 used 255");
 
     // Id 0 reads as a free entry, so the next new id takes its place.
-    Feed(zf::ChannelMeas(0, 10, 1, 1, 0));
-    Feed(zf::ChannelMeas(11, 10, 1, 1, 0));
+    Feed(ZelkoSampleChannelMeas(0, 10, 1, 1, 0));
+    Feed(ZelkoSampleChannelMeas(11, 10, 1, 1, 0));
     mgr.GetSatelData(s);
     EXPECT_EQ(s[2].wSatID, 11);
 
     // Entries are never freed: of 33 ids the last is dropped.
-    for (uint8_t id = 100; id < 130; ++id) Feed(zf::ChannelMeas(id, 255, 1, 1, 0));
+    for (uint8_t id = 100; id < 130; ++id) Feed(ZelkoSampleChannelMeas(id, 255, 1, 1, 0));
     mgr.GetSatelData(s);
     EXPECT_EQ(text(31), "128 el 1 az 2 snr 51 used 0");
     for (const _mSatelView& sat : s) EXPECT_NE(sat.wSatID, 129);
@@ -217,7 +217,7 @@ TEST_F(Actions, DRSensorIntegratesTheGyroHeading)
     };
     uint32_t tick = 100;
     for (const auto& s : steps) {
-        Feed(zf::DRSensor(++tick, s.samples, s.gyroSum, 3));
+        Feed(ZelkoSampleDRSensor(++tick, s.samples, s.gyroSum, 3));
         EXPECT_EQ(mgr.GetGyroCalHead(), s.head);
         const _mGPSDREngineerInfoEx ex = Get(mgr, &CPositionMgr::GetEngineeringModeDataEx);
         EXPECT_EQ(pt::Text("%d %d", ex.sGyroHeading, ex.lGyroRate), pt::Text("%d %d", s.head, s.rate));
@@ -269,16 +269,16 @@ TEST_F(Actions, ReportsAcknowledgementsAndEvents)
     Feed({0x81, 0x11, 0x01, 0x00, 0x00, 0x01, 0, 0, 0, 0, 0, 0x82});
     for (unsigned char which = 0; which < 5; ++which) EXPECT_EQ(mgr.CheckGetZelkoVer(which), which != 2 && which != 4);
 
-    Bytes product = zf::Blank(0x12, 0x03, 29);
-    zf::Put32(product, 3, 0x12345678);
+    Bytes product = ZelkoBlankFrame(0x12, 0x03, 29);
+    ZelkoPutLE<uint32_t>(&product[3], 0x12345678);
     product[7] = 1;
     product[8] = 2;
-    zf::Put16(product, 9, 772);
+    ZelkoPutLE<uint16_t>(&product[9], 772);
     std::memcpy(&product[11], "ZELKO-DR-MODULE1", 16);  // a full-length name has no terminator
     Feed(product);
     std::memcpy(&product[11], "DR7\0\0\0\0\0\0\0\0\0\0\0\0\0", 16);
     Feed(product);
-    Bytes hardware = zf::Blank(0x12, 0x04, 21);
+    Bytes hardware = ZelkoBlankFrame(0x12, 0x04, 21);
     std::memcpy(&hardware[3], "HW-REV-B", 8);
     Feed(hardware);
     Feed({0x81, 0x10, 0x02, 0x12, 0x03, 0x05, 0x01, 0x00, 0x82});
@@ -298,7 +298,7 @@ TEST_F(Actions, ReportsAcknowledgementsAndEvents)
     const struct { uint8_t event, severity; uint16_t word; } events[] = {{0x62, 0x10, 02}, {0x92, 0x30, 040002}, {0x65, 0x20, 040302}, {0x65, 0x05, 040002},
                   {0x74, 0x00, 041002}, {0x63, 0x30, 041042}, {0x70, 0x30, 041042}};
     for (const auto& ev : events) {
-        Bytes f = zf::Blank(0x14, 0x01, 15);
+        Bytes f = ZelkoBlankFrame(0x14, 0x01, 15);
         f[11] = ev.event;
         f[12] = ev.severity;
         Feed(f);
@@ -326,7 +326,7 @@ TEST_F(Actions, DefaultsAndLifetime)
 
     // A second Initialize keeps the parser (and what it holds) and only changes the settings:
     // the pair now goes out in 1/1024 arc-second.
-    const Bytes fix = zf::Stuff(zf::Seal(Fix(0x15, 0, 1u << 29, 1u << 30, 0)));
+    const Bytes fix = ZelkoStuff(ZelkoSeal(Fix(0x15, 0, 1u << 29, 1u << 30, 0)));
     pt::Feed(mgr, Bytes(fix.begin(), fix.begin() + 3));
     mgr.Initialize(1, 2, 2);
     EXPECT_EQ(pt::Feed(mgr, Bytes(fix.begin() + 3, fix.end())), 1);

@@ -7,7 +7,7 @@
 namespace {
 
 using pt::Get;
-using zf::Bytes;
+using Bytes = ZelkoBytes;
 
 // 127 E, 37.5 N in 1/1024 arc-second, and a filled reserved tail.
 const _mGpsDataEx kSample = {468172800, 138240000, 1234, 567, 150324, 123456000, 7, 9, 11, 22, 33, 0, 1, 40, 8, {0x5A}};
@@ -23,12 +23,12 @@ protected:
     {
         mgr.Initialize(3, 1, 2);
         // Module-side state that the inputs must clear or keep: version, product, gyro.
-        Bytes product = zf::Blank(0x12, 0x03, 29);
+        Bytes product = ZelkoBlankFrame(0x12, 0x03, 29);
         product[7] = 9;
         product[11] = 'P';
         pt::FeedFrame(mgr, {0x81, 0x11, 0x01, 0x02, 0x03, 0x04, 0, 0, 0, 0, 0, 0x82});
         pt::FeedFrame(mgr, product);
-        pt::FeedFrame(mgr, zf::DRSensor(1, 1, 2858, 0));
+        pt::FeedFrame(mgr, ZelkoSampleDRSensor(1, 1, 2858, 0));
         log.Clear();
     }
 

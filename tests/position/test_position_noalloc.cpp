@@ -64,8 +64,8 @@ void Discard(int, const char*, const char*, void*) {}
 TEST(NoAllocation, LongStreamIsParsedWithoutTheHeap)
 {
     // Everything the test itself needs is made before counting starts.
-    zf::Bytes stream;
-    for (unsigned s = 0; s < 600; ++s) zf::Append(stream, zf::ModuleSecond(s));
+    ZelkoBytes stream;
+    for (unsigned s = 0; s < 600; ++s) ZelkoAppend(stream, ZelkoSampleSecond(s));
     std::vector<std::vector<char>> chunks;
     std::mt19937 rng(7);
     for (size_t at = 0; at < stream.size();) {

@@ -4,7 +4,7 @@
 
 namespace {
 
-using zf::Bytes;
+using Bytes = ZelkoBytes;
 
 const char kNoStart[] = "[MM-Dbg][CPositionMgr::ParsingZelko] Buffer Reset because buffer have no start bit\n";
 
@@ -29,9 +29,9 @@ protected:
         return n;
     }
 
-    static Bytes Sat(uint8_t id) { return zf::Stuff(zf::ChannelMeas(id, 100, 20, 30, 0x04)); }
+    static Bytes Sat(uint8_t id) { return ZelkoStuff(ZelkoSampleChannelMeas(id, 100, 20, 30, 0x04)); }
 
-    const Bytes fix = zf::Stuff(zf::FixWithRawDR(127, 37, 0, 0, 1));
+    const Bytes fix = ZelkoStuff(ZelkoSampleFixWithRawDR(127, 37, 0, 0, 1));
     testsupport::LogCapture log;
     CPositionMgr mgr;
 };
@@ -53,10 +53,10 @@ TEST_F(Stream, GarbageAroundFramesIsDropped)
 {
     // Garbage before the first start byte, between frames, and behind the last one.
     Bytes chunk = {0x00, 0x82, 0x7E};
-    zf::Append(chunk, Sat(1));
-    zf::Append(chunk, {0x82, 0x33});
-    zf::Append(chunk, Sat(2));
-    zf::Append(chunk, {0x11, 0x22, 0x33});
+    ZelkoAppend(chunk, Sat(1));
+    ZelkoAppend(chunk, {0x82, 0x33});
+    ZelkoAppend(chunk, Sat(2));
+    ZelkoAppend(chunk, {0x11, 0x22, 0x33});
     EXPECT_EQ(Feed(chunk), 0);
     EXPECT_EQ(SatellitesSeen(), 2);
     // The trailing garbage did not stay: a lone frame tail now finds an empty buffer.
@@ -65,8 +65,8 @@ TEST_F(Stream, GarbageAroundFramesIsDropped)
 
     // Frames of four bytes or fewer, and acknowledgements of unknown length, are consumed.
     chunk = {0x81, 0x11, 0x82, 0x81, 0x82, 0x81, 0x10, 0x01, 0x00, 0x82};
-    zf::Append(chunk, zf::Seal(zf::Blank(0x10, 0x01, 10)));
-    zf::Append(chunk, Sat(3));
+    ZelkoAppend(chunk, ZelkoSeal(ZelkoBlankFrame(0x10, 0x01, 10)));
+    ZelkoAppend(chunk, Sat(3));
     EXPECT_EQ(Feed(chunk), 0);
     EXPECT_EQ(SatellitesSeen(), 3);
     EXPECT_TRUE(log.Take().empty());
@@ -98,7 +98,7 @@ TEST_F(Stream, BufferLimitsAndTheEightBitStartSearch)
     open.resize(4000, 0x55);
     EXPECT_EQ(Feed(open), 0);
     Bytes filler(200, 0x55);
-    zf::Append(filler, fix);
+    ZelkoAppend(filler, fix);
     EXPECT_EQ(Feed(filler), 1);
     EXPECT_EQ(log.Take(), pt::Lines({Overflow(4000, static_cast<int>(filler.size()))}));
 }
@@ -106,8 +106,8 @@ TEST_F(Stream, BufferLimitsAndTheEightBitStartSearch)
 TEST_F(Stream, AtMost22FramesPerCall)
 {
     Bytes chunk;
-    for (uint8_t id = 1; id <= 30; ++id) zf::Append(chunk, Sat(id));
-    zf::Append(chunk, fix);
+    for (uint8_t id = 1; id <= 30; ++id) ZelkoAppend(chunk, Sat(id));
+    ZelkoAppend(chunk, fix);
     EXPECT_EQ(Feed(chunk), 0);  // the fix came after the limit
     EXPECT_EQ(SatellitesSeen(), 22);
     EXPECT_EQ(pt::Get(mgr, &CPositionMgr::GetPosData).lLon, 0);
@@ -115,9 +115,9 @@ TEST_F(Stream, AtMost22FramesPerCall)
 
     // 20 frames and a fix: all handled, no trace, and a frame split at the end waits.
     chunk.clear();
-    for (uint8_t id = 1; id <= 20; ++id) zf::Append(chunk, Sat(id));
-    zf::Append(chunk, fix);
-    zf::Append(chunk, Bytes(fix.begin(), fix.begin() + 10));
+    for (uint8_t id = 1; id <= 20; ++id) ZelkoAppend(chunk, Sat(id));
+    ZelkoAppend(chunk, fix);
+    ZelkoAppend(chunk, Bytes(fix.begin(), fix.begin() + 10));
     EXPECT_EQ(Feed(chunk), 1);
     EXPECT_EQ(Feed(Bytes(fix.begin() + 10, fix.end())), 1);
     EXPECT_TRUE(log.Take().empty());

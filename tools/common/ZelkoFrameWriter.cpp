@@ -107,3 +107,15 @@ void ZelkoAppend(ZelkoBytes& to, const ZelkoBytes& from)
 {
     to.insert(to.end(), from.begin(), from.end());
 }
+
+std::string ZelkoHexText(const ZelkoBytes& f)
+{
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string out;
+    for (uint8_t b : f) {
+        if (!out.empty()) out += ' ';
+        out += kDigits[b >> 4];
+        out += kDigits[b & 15];
+    }
+    return out;
+}

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 #include <vector>
 
 #include "module/position/ZelkoCatalogue.h"
@@ -41,5 +42,7 @@ ZelkoBytes ZelkoSeal(ZelkoBytes logical);
 // Escapes 0x80..0x83 between the markers.
 ZelkoBytes ZelkoStuff(const ZelkoBytes& logical);
 void ZelkoAppend(ZelkoBytes& to, const ZelkoBytes& from);
+// "81 03 01 F9 82": how logs and records show a frame.
+std::string ZelkoHexText(const ZelkoBytes& f);
 
 #endif

@@ -9,11 +9,11 @@
 
 #include "module/position/PositionMgr.h"
 #include "platform/mAndroidLog.h"
-#include "tools/common/ZelkoFrames.h"
+#include "tools/common/ZelkoFrameWriter.h"
 
 namespace {
 
-using zf::Bytes;
+using Bytes = ZelkoBytes;
 
 class Random {
 public:
@@ -58,7 +58,7 @@ Bytes RandomLogicalFrame(Random& r)
     const unsigned entries = r.Chance(10) ? r.Range(40, 120) : r.Below(6);
     if (len == 0) len = 59 + 4 * entries;
     if (k.code == 0x10 && r.Chance(30)) len = r.Range(5, 11);  // acknowledgements told by length
-    Bytes f = zf::Blank(k.code, k.code == 0x10 ? static_cast<uint8_t>(r.Range(0, 4)) : k.sub, len);
+    Bytes f = ZelkoBlankFrame(k.code, k.code == 0x10 ? static_cast<uint8_t>(r.Range(0, 4)) : k.sub, len);
     for (unsigned i = 3; i + 2 < len; ++i) f[i] = r.BodyByte();
 
     const uint16_t code = static_cast<uint16_t>(k.code << 8 | k.sub);
@@ -88,7 +88,7 @@ Bytes RandomLogicalFrame(Random& r)
         if (r.Chance(60)) f[7] = r.Pick(std::vector<unsigned char>{0x11, 0x51, 0x02});
         break;
     case 0x3201:
-        if (r.Chance(70)) zf::Put16(f, 3, r.Pick(std::vector<uint16_t>{80, 1999, 2000, 2024, 2107}));
+        if (r.Chance(70)) ZelkoPutLE<uint16_t>(&f[3], r.Pick(std::vector<uint16_t>{80, 1999, 2000, 2024, 2107}));
         break;
     case 0x3301:
         f[4] = static_cast<unsigned char>(r.Below(45));
@@ -96,18 +96,18 @@ Bytes RandomLogicalFrame(Random& r)
     case 0x7013:
         f[3] = r.Chance(80) ? static_cast<unsigned char>(r.Range(6, 9)) : f[3];
         f[27] = static_cast<unsigned char>(entries);
-        if (r.Chance(20)) zf::Put32(f, 19, 0);
+        if (r.Chance(20)) ZelkoPutLE<uint32_t>(&f[19], 0);
         break;
     case 0x7033:
         f[3] = len == 58 ? 1 : r.Chance(90) ? 2 : 3;
         break;
     case 0x7060:
-        zf::PutF32(f, 29, r.Chance(10) ? 1.0f : static_cast<float>(r.Below(2001)) / 1000.0f - 1.0f);
-        zf::PutF32(f, 33, static_cast<float>(r.Below(2001)) / 1000.0f - 1.0f);
+        ZelkoPutLE<float>(&f[29], r.Chance(10) ? 1.0f : static_cast<float>(r.Below(2001)) / 1000.0f - 1.0f);
+        ZelkoPutLE<float>(&f[33], static_cast<float>(r.Below(2001)) / 1000.0f - 1.0f);
         if (r.Chance(50)) f[72] = 100;
         break;
     }
-    return zf::Seal(f);
+    return ZelkoSeal(f);
 }
 
 // A wire frame spoilt in one of the ways a noisy line spoils it.
@@ -145,8 +145,8 @@ Bytes Run(Random& r, size_t n, unsigned char without)
 Bytes RandomSegment(Random& r)
 {
     const uint32_t what = r.Below(100);
-    if (what < 55) return zf::Stuff(RandomLogicalFrame(r));
-    if (what < 70) return Corrupt(r, zf::Stuff(RandomLogicalFrame(r)));
+    if (what < 55) return ZelkoStuff(RandomLogicalFrame(r));
+    if (what < 70) return Corrupt(r, ZelkoStuff(RandomLogicalFrame(r)));
     if (what < 80) return Run(r, r.Range(1, 40), 0x00);  // noise, markers included
     if (what < 85) return Run(r, r.Range(200, 1500), ZELKO_START);
     if (what < 88) {  // an open frame that outgrows the store buffer
@@ -157,9 +157,9 @@ Bytes RandomSegment(Random& r)
     }
     Bytes burst;  // many small frames, for the per-call limit
     for (uint32_t n = r.Range(15, 40); n > 0; --n) {
-        Bytes f = zf::Blank(0x33, 0x01, GpsChMeasShStat::kSize);
+        Bytes f = ZelkoBlankFrame(0x33, 0x01, GpsChMeasShStat::kSize);
         f[4] = static_cast<unsigned char>(r.Below(45));
-        zf::Append(burst, zf::Stuff(zf::Seal(f)));
+        ZelkoAppend(burst, ZelkoStuff(ZelkoSeal(f)));
     }
     return burst;
 }
@@ -281,7 +281,7 @@ ZelkoTestStream RandomZelkoStream(uint32_t seed)
 
     std::vector<size_t> segments;
     for (uint32_t n = r.Range(1, 100); n > 0; --n) {
-        zf::Append(s.bytes, RandomSegment(r));
+        ZelkoAppend(s.bytes, RandomSegment(r));
         segments.push_back(s.bytes.size());
     }
     // Read shapes: byte by byte, short, serial-sized, large, or every segment cut once at a

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "tools/common/Format.h"
-#include "tools/zelko-sim/SimFrames.h"
+#include "tools/common/ZelkoFrameWriter.h"
 
 namespace {
 
@@ -20,8 +20,9 @@ struct QueryReply {
     bool needsMountAngle;
 };
 const QueryReply kQueries[] = {
-    {0x11, 0x01, 1101, false}, {0x12, 0x03, 1203, false}, {0x12, 0x04, 1204, false},
-    {0x16, 0x01, 1601, false}, {0x70, 0x60, 7060, true},
+    {0x11, 0x01, ZELKO_ID_APP_VERSION, false}, {0x12, 0x03, ZELKO_ID_PRODUCT, false},
+    {0x12, 0x04, ZELKO_ID_HARDWARE, false},    {0x16, 0x01, ZELKO_ID_HEALTH, false},
+    {0x70, 0x60, ZELKO_ID_MOUNT_ANGLE, true},
 };
 
 // The module's reset commands.
@@ -52,7 +53,7 @@ IdFrame Ack(uint16_t id, uint8_t a, uint8_t b, uint8_t c) {
 CommandOutcome Query(const Frame& f, const ModuleState& module, double now) {
     CommandOutcome out;
     if (f.size() != 6) {
-        out.log = "query of bad length: " + HexText(f);
+        out.log = "query of bad length: " + ZelkoHexText(f);
         return out;
     }
     for (const QueryReply& q : kQueries) {
@@ -73,17 +74,17 @@ CommandOutcome Query(const Frame& f, const ModuleState& module, double now) {
 CommandOutcome System(const Frame& f, ModuleState& module, double now) {
     CommandOutcome out;
     if (f.size() != 5) {
-        out.log = "system command of bad length: " + HexText(f);
+        out.log = "system command of bad length: " + ZelkoHexText(f);
         return out;
     }
     const uint8_t command = f[2];
     if (std::memchr(kResets, command, sizeof kResets) == nullptr) {
-        out.replies.push_back(Ack(1003, command, kStateRejected, 0));
+        out.replies.push_back(Ack(ZELKO_ID_SYS_CMD_ACK, command, kStateRejected, 0));
         out.log = Format("system %02X -> 1003 rejected", command);
         return out;
     }
     module.coldUntil = now + module.coldStartSeconds;
-    out.replies.push_back(Ack(1003, command, kStateAccepted, 0));
+    out.replies.push_back(Ack(ZELKO_ID_SYS_CMD_ACK, command, kStateAccepted, 0));
     out.log = Format("system %02X -> 1003, cold start %g s", command, module.coldStartSeconds);
     return out;
 }
@@ -94,13 +95,13 @@ CommandOutcome Set(const Frame& f, ModuleState& module, double now) {
     const bool mount = code == 0x70 && subcode == 0x60 && f.size() == kMountCommandLength;
     const uint8_t type = mount ? f[5] : 0;
     if (!mount || !HasMountAngle(module) || type > 3) {
-        out.replies.push_back(Ack(1001, code, subcode, kStateRejected));
-        out.log = Format("set %02X/%02X -> 1001 rejected: %s", code, subcode, HexText(f).c_str());
+        out.replies.push_back(Ack(ZELKO_ID_ACK_NO_IDX, code, subcode, kStateRejected));
+        out.log = Format("set %02X/%02X -> 1001 rejected: %s", code, subcode, ZelkoHexText(f).c_str());
         return out;
     }
-    out.replies.push_back(Ack(1001, code, subcode, kStateAccepted));
+    out.replies.push_back(Ack(ZELKO_ID_ACK_NO_IDX, code, subcode, kStateAccepted));
     if (type == 0) {
-        for (size_t i = 0; i < 3; ++i) module.mountBits[i] = GetLE(&f[30 + 4 * i], 4);
+        for (size_t i = 0; i < 3; ++i) module.mountBits[i] = ZelkoGetLE<uint32_t>(&f[30 + 4 * i]);
         const double p = BitsFloat(module.mountBits[0]), r = BitsFloat(module.mountBits[1]),
                      g = BitsFloat(module.mountBits[2]);
         out.log = Format("set 70/60 type 0 pitch %ld roll %ld -> 1001",
@@ -118,13 +119,13 @@ CommandOutcome Set(const Frame& f, ModuleState& module, double now) {
 
 CommandOutcome HandleHostFrame(const Frame& logical, bool checksumOk, ModuleState& module,
                                double now) {
-    if (!checksumOk) return {{}, "bad checksum: " + HexText(logical)};
-    if (logical.size() < 5) return {{}, "short frame: " + HexText(logical)};
+    if (!checksumOk) return {{}, "bad checksum: " + ZelkoHexText(logical)};
+    if (logical.size() < 5) return {{}, "short frame: " + ZelkoHexText(logical)};
     switch (logical[1]) {
         case kClassQuery: return Query(logical, module, now);
         case kClassSystem: return System(logical, module, now);
         case kClassSet: return Set(logical, module, now);
-        default: return {{}, "unknown command: " + HexText(logical)};
+        default: return {{}, "unknown command: " + ZelkoHexText(logical)};
     }
 }
 

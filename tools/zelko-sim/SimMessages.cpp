@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <iterator>
 
-#include "tools/zelko-sim/SimFrames.h"
+#include "tools/common/ZelkoFrameWriter.h"
 #include "tools/zelko-sim/SimTime.h"
 
 namespace {
@@ -13,142 +12,138 @@ namespace {
 const uint32_t kProductId = 0x5A4B0007;
 const char kProductName[] = "ZELKO-DR7 GNSS";
 const char kHardwareName[] = "ZK7-MB REV.C";
-const uint8_t kSensorFormat = 8;     // carries the tail block
-const uint8_t kSensorEntries = 2;    // the two half-cycle gyro sums
 const double kCalibrationPerSecond = 10;  // percent
+const uint8_t kSensorValid = 0x01;        // flag bit 0
+const uint8_t kAckSet = 0x01, kAckSystem = 0x03;  // acknowledgement subcode: the command class
 
-// The DR fix and the GPS fix carry the same four fields at different places.
-struct FixLayout {
-    size_t lat, lon, heading, speed;
-};
-const FixLayout kDrFixLayout = {10, 14, 20, 22};
-const FixLayout kGpsFixLayout = {9, 13, 19, 21};
+using Entries = std::vector<uint32_t>;
 
-void PutFix(Frame& f, const FixLayout& at, const CycleState& c) {
-    PutLE(f, at.lat, static_cast<uint32_t>(c.latRaw), 4);
-    PutLE(f, at.lon, static_cast<uint32_t>(c.lonRaw), 4);
-    PutLE(f, at.heading, c.headingRaw, 2);
-    PutLE(f, at.speed, c.speedRaw, 2);
+void FillAckNoIdx(const MessageInput& in, ZelkoBytes& r, Entries&) {
+    using namespace ZelkoAckNoIdx;
+    for (const ZelkoValue& v : {ZelkoValue{&kCode, in.ack[0]}, ZelkoValue{&kSubcode, in.ack[1]},
+                                ZelkoValue{&kState, in.ack[2]}})
+        ZelkoSetField(r, v);
 }
 
-// Fixed-width name field, zero padded.
-void PutText(Frame& f, size_t at, size_t width, const char* text) {
-    const size_t n = std::min(width, std::strlen(text));
-    std::memcpy(&f[at], text, n);
+void FillSysCmdAck(const MessageInput& in, ZelkoBytes& r, Entries&) {
+    ZelkoSetField(r, {&ZelkoSysCmdAck::kCommand, in.ack[0]});
+    ZelkoSetField(r, {&ZelkoSysCmdAck::kState, in.ack[1]});
 }
 
-void FillAck(const MessageInput& in, Frame& f) {
-    std::copy(in.ack, in.ack + (f.size() - 5), f.begin() + 3);
+void FillVersion(const MessageInput& in, ZelkoBytes& r, Entries&) {
+    using namespace ZelkoVersion;
+    for (const ZelkoValue& v : {ZelkoValue{&kMajor, in.module->version[0]}, ZelkoValue{&kMinor, in.module->version[1]},
+                                ZelkoValue{&kPatch, in.module->version[2]}})
+        ZelkoSetField(r, v);
 }
 
-void FillVersion(const MessageInput& in, Frame& f) {
-    std::copy(in.module->version, in.module->version + 3, f.begin() + 3);
+void FillProduct(const MessageInput&, ZelkoBytes& r, Entries&) {
+    using namespace ZelkoProduct;
+    // Product version 2.4.1, stored patch first.
+    for (const ZelkoValue& v : {ZelkoValue{&kSerial, kProductId}, ZelkoValue{&kVersion1, 1}, ZelkoValue{&kVersion2, 4},
+                                ZelkoValue{&kVersion3, 2}, ZelkoValue{&kName, 0, kProductName}})
+        ZelkoSetField(r, v);
 }
 
-void FillProduct(const MessageInput&, Frame& f) {
-    PutLE(f, 3, kProductId, 4);
-    f[7] = 1;  // product version 2.4.1, stored patch first
-    f[8] = 4;
-    PutLE(f, 9, 2, 2);
-    PutText(f, 11, 16, kProductName);
+void FillHardware(const MessageInput&, ZelkoBytes& r, Entries&) {
+    ZelkoSetField(r, {&ZelkoHardware::kName, 0, kHardwareName});
 }
-
-void FillHardware(const MessageInput&, Frame& f) { PutText(f, 3, 16, kHardwareName); }
 
 // Zero body: no fault to report.
-void FillHealth(const MessageInput&, Frame&) {}
+void FillHealth(const MessageInput&, ZelkoBytes&, Entries&) {}
 
-void FillFixWithDR(const MessageInput& in, Frame& f) {
+void FillFixWithDR(const MessageInput& in, ZelkoBytes& r, Entries&) {
+    using namespace ZelkoFixWithRawDR;
     const CycleState& c = *in.cycle;
-    f[3] = c.status;
-    f[4] = c.statusT;
-    PutLE(f, 6, c.towMs, 4);
-    PutFix(f, kDrFixLayout, c);
-    PutLE(f, 18, static_cast<uint16_t>(c.altRaw), 2);
+    for (const ZelkoValue& v : {ZelkoValue{&kStatus, c.status}, ZelkoValue{&kStatus2, c.statusT},
+                                ZelkoValue{&kDRTime, c.towMs}, ZelkoValue{&kLat, c.latRaw}, ZelkoValue{&kLon, c.lonRaw},
+                                ZelkoValue{&kAlt, c.altRaw}, ZelkoValue{&kHeading, c.headingRaw},
+                                ZelkoValue{&kSpeed, c.speedRaw}})
+        ZelkoSetField(r, v);
 }
 
-void FillGpsFix(const MessageInput& in, Frame& f) {
+void FillGpsFix(const MessageInput& in, ZelkoBytes& r, Entries&) {
+    using namespace ZelkoGpsFix;
     const CycleState& c = *in.cycle;
     if (c.fix != FixKind::Fix3D) return;  // mode 0: no fix, no coordinates
-    f[7] = 0x51;                          // fix (0x11) with the 3-D bit
-    PutFix(f, kGpsFixLayout, c);
+    // Mode: fix (0x11) with the 3-D bit.
+    for (const ZelkoValue& v : {ZelkoValue{&kMode, 0x51}, ZelkoValue{&kLat, c.latRaw}, ZelkoValue{&kLon, c.lonRaw},
+                                ZelkoValue{&kHeading, c.headingRaw}, ZelkoValue{&kSpeed, c.speedRaw}})
+        ZelkoSetField(r, v);
 }
 
-void FillUtc(const MessageInput& in, Frame& f) {
+void FillUtc(const MessageInput& in, ZelkoBytes& r, Entries&) {
+    using namespace ZelkoUtcConstel;
     const CycleState& c = *in.cycle;
     const UtcTime t = UtcFromMs(c.utcMs);
-    PutLE(f, 3, static_cast<uint32_t>(t.year), 2);
-    f[5] = static_cast<uint8_t>(t.month);
-    f[6] = static_cast<uint8_t>(t.day);
-    f[7] = static_cast<uint8_t>(t.hour);
-    f[8] = static_cast<uint8_t>(t.minute);
-    f[9] = static_cast<uint8_t>(t.second);
-    for (int i = 0; i < 3; ++i) PutLE(f, 11 + 2 * i, c.dop[i], 2);
-    f[18] = c.fixKindCode;
-    f[20] = c.satsUsed;
+    for (const ZelkoValue& v : {ZelkoValue{&kYear, t.year}, ZelkoValue{&kMonth, t.month}, ZelkoValue{&kDay, t.day},
+                                ZelkoValue{&kHour, t.hour}, ZelkoValue{&kMinute, t.minute},
+                                ZelkoValue{&kSecond, t.second}, ZelkoValue{&kDop1, c.dop[0]},
+                                ZelkoValue{&kDop2, c.dop[1]}, ZelkoValue{&kDop3, c.dop[2]},
+                                ZelkoValue{&kFixKind, c.fixKindCode}, ZelkoValue{&kSatsUsed, c.satsUsed}})
+        ZelkoSetField(r, v);
 }
 
-void FillChannel(const MessageInput& in, Frame& f) {
+void FillChannel(const MessageInput& in, ZelkoBytes& r, Entries&) {
+    using namespace ZelkoChannelMeas;
     const SatState& s = in.cycle->sats[in.channel];
-    f[3] = static_cast<uint8_t>(in.channel);
-    f[4] = s.prn;
-    f[5] = s.flags;
-    f[6] = s.cn0x5;
-    f[7] = s.azimuthHalf;
-    f[8] = s.elevation;
+    for (const ZelkoValue& v : {ZelkoValue{&kChannel, static_cast<int64_t>(in.channel)}, ZelkoValue{&kSat, s.prn},
+                                ZelkoValue{&kState, s.flags}, ZelkoValue{&kSnr, s.cn0x5},
+                                ZelkoValue{&kAzimuth, s.azimuthHalf}, ZelkoValue{&kElevation, s.elevation}})
+        ZelkoSetField(r, v);
 }
 
-void FillSensor(const MessageInput& in, Frame& f) {
+// The two half-cycle gyro sums go as the frame's entries, their total in the tail block.
+void FillSensor(const MessageInput& in, ZelkoBytes& r, Entries& entries) {
+    using namespace ZelkoDRSensor;
     const CycleState& c = *in.cycle;
-    f[3] = kSensorFormat;
-    f[4] = 0x01;  // sensor values valid
-    PutLE(f, 5, c.towMs, 4);
-    PutLE(f, 19, c.gyroSamples, 4);
-    f[27] = kSensorEntries;
-    for (size_t i = 0; i < kSensorEntries; ++i)
-        PutLE(f, 28 + 4 * i, static_cast<uint32_t>(c.gyroHalf[i]), 4);
-    const size_t tail = 28 + 4 * kSensorEntries;
-    const int32_t sum = c.gyroHalf[0] + c.gyroHalf[1];
-    PutLE(f, tail + 20, static_cast<uint32_t>(sum), 4);
+    for (const ZelkoValue& v : {ZelkoValue{&kFlags, kSensorValid}, ZelkoValue{&kSensorTime, c.towMs},
+                                ZelkoValue{&kSamples, c.gyroSamples},
+                                ZelkoValue{&kGyroSum, c.gyroHalf[0] + c.gyroHalf[1]}})
+        ZelkoSetField(r, v);
+    entries = {static_cast<uint32_t>(c.gyroHalf[0]), static_cast<uint32_t>(c.gyroHalf[1])};
 }
 
-void FillMountAngle(const MessageInput& in, Frame& f) {
-    for (size_t i = 0; i < 3; ++i) PutLE(f, 29 + 4 * i, in.module->mountBits[i], 4);
-    f[72] = MountProgress(*in.module, in.now);
+void FillMountAngle(const MessageInput& in, ZelkoBytes& r, Entries&) {
+    using namespace ZelkoMountAngle;
+    for (const ZelkoValue& v : {ZelkoValue{&kPitch, in.module->mountBits[0]}, ZelkoValue{&kRoll, in.module->mountBits[1]},
+                                ZelkoValue{&kGravityZ, in.module->mountBits[2]},
+                                ZelkoValue{&kProgress, MountProgress(*in.module, in.now)}})
+        ZelkoSetField(r, v);
 }
 
-struct MessageKind {
-    uint16_t id;
-    uint8_t code, subcode;
-    size_t length;  // logical, markers included
-    void (*fill)(const MessageInput&, Frame&);
+struct MessageFill {
+    int id;
+    uint8_t subcode;  // 0: the kind's own
+    void (*fill)(const MessageInput&, ZelkoBytes& record, Entries& entries);
 };
 
-const MessageKind kKinds[] = {
-    {1001, 0x10, 0x01, 8, FillAck},  // acknowledges a set command
-    {1003, 0x10, 0x03, 7, FillAck},  // acknowledges a system command
-    {1101, 0x11, 0x01, 12, FillVersion},
-    {1203, 0x12, 0x03, 29, FillProduct},
-    {1204, 0x12, 0x04, 21, FillHardware},
-    {1601, 0x16, 0x01, 8, FillHealth},
-    {3002, 0x30, 0x02, 51, FillFixWithDR},
-    {3101, 0x31, 0x01, 33, FillGpsFix},
-    {3201, 0x32, 0x01, 23, FillUtc},
-    {3301, 0x33, 0x01, 12, FillChannel},
-    {7013, 0x70, 0x13, 59 + 4 * kSensorEntries, FillSensor},
-    {7060, 0x70, 0x60, 75, FillMountAngle},
+const MessageFill kFills[] = {
+    {ZELKO_ID_ACK_NO_IDX, kAckSet, FillAckNoIdx},
+    {ZELKO_ID_SYS_CMD_ACK, kAckSystem, FillSysCmdAck},
+    {ZELKO_ID_APP_VERSION, 0, FillVersion},
+    {ZELKO_ID_PRODUCT, 0, FillProduct},
+    {ZELKO_ID_HARDWARE, 0, FillHardware},
+    {ZELKO_ID_HEALTH, 0, FillHealth},
+    {ZELKO_ID_FIX_WITH_RAW_DR, 0, FillFixWithDR},
+    {ZELKO_ID_GPS_FIX, 0, FillGpsFix},
+    {ZELKO_ID_UTC_CONSTEL, 0, FillUtc},
+    {ZELKO_ID_CHANNEL_MEAS, 0, FillChannel},
+    {ZELKO_ID_DR_SENSOR, 0, FillSensor},
+    {ZELKO_ID_MOUNT_ANGLE, 0, FillMountAngle},
 };
 
 }  // namespace
 
 Frame BuildMessage(uint16_t id, const MessageInput& in) {
-    const auto kind = std::find_if(std::begin(kKinds), std::end(kKinds),
-                                   [id](const MessageKind& k) { return k.id == id; });
-    if (kind == std::end(kKinds)) std::abort();  // a kind this table lacks is a bug here
-    Frame f = NewFrame(kind->code, kind->subcode, kind->length);
-    kind->fill(in, f);
-    SealFrame(f);
-    return f;
+    const auto fill = std::find_if(std::begin(kFills), std::end(kFills),
+                                   [id](const MessageFill& f) { return f.id == id; });
+    const ZelkoKind* kind = ZelkoKindById(id);
+    if (fill == std::end(kFills) || kind == nullptr) std::abort();  // a kind this table lacks is a bug here
+    ZelkoBytes record = ZelkoRecordImage(*kind, {}, fill->subcode);
+    Entries entries;
+    fill->fill(in, record, entries);
+    return ZelkoLogicalFrame(*kind, record, entries);
 }
 
 std::vector<IdFrame> CycleFrames(const CycleState& cycle, const ModuleState& module) {
@@ -157,13 +152,13 @@ std::vector<IdFrame> CycleFrames(const CycleState& cycle, const ModuleState& mod
     in.module = &module;
     in.now = cycle.t;
     std::vector<IdFrame> frames;
-    frames.push_back({3201, BuildMessage(3201, in)});
+    frames.push_back({ZELKO_ID_UTC_CONSTEL, BuildMessage(ZELKO_ID_UTC_CONSTEL, in)});
     for (in.channel = 0; in.channel < cycle.sats.size(); ++in.channel)
-        frames.push_back({3301, BuildMessage(3301, in)});
-    frames.push_back({3101, BuildMessage(3101, in)});
-    frames.push_back({7013, BuildMessage(7013, in)});
+        frames.push_back({ZELKO_ID_CHANNEL_MEAS, BuildMessage(ZELKO_ID_CHANNEL_MEAS, in)});
+    frames.push_back({ZELKO_ID_GPS_FIX, BuildMessage(ZELKO_ID_GPS_FIX, in)});
+    frames.push_back({ZELKO_ID_DR_SENSOR, BuildMessage(ZELKO_ID_DR_SENSOR, in)});
     // Last, so that the position a host publishes on it carries this cycle's time and fix.
-    frames.push_back({3002, BuildMessage(3002, in)});
+    frames.push_back({ZELKO_ID_FIX_WITH_RAW_DR, BuildMessage(ZELKO_ID_FIX_WITH_RAW_DR, in)});
     return frames;
 }
 

@@ -1,4 +1,4 @@
-// The messages the module sends, one table row per kind.
+// The messages the module sends: what fills each kind of the message catalogue.
 #ifndef GPSDR_TOOLS_ZELKO_SIM_SIMMESSAGES_H
 #define GPSDR_TOOLS_ZELKO_SIM_SIMMESSAGES_H
 
@@ -22,8 +22,9 @@ struct IdFrame {
     Frame logical;  // sealed
 };
 
-// The sealed logical frame of message id (1001, 1003, 1101, 1203, 1204, 1601, 3002, 3101,
-// 3201, 3301, 7013, 7060).
+// The sealed logical frame of message id (the kinds the simulator sends: the acknowledgements
+// without index and of system commands, version, product, hardware, health, both fixes, time
+// summary, channel report, DR sensor data and mount angle).
 Frame BuildMessage(uint16_t id, const MessageInput& in);
 // One cycle's frames in the order they go on the wire.
 std::vector<IdFrame> CycleFrames(const CycleState& cycle, const ModuleState& module);

@@ -1,6 +1,6 @@
 #include "tools/zelko-sim/SimStream.h"
 
-#include "tools/zelko-sim/SimFrames.h"
+#include "tools/common/ZelkoFrameWriter.h"
 
 namespace {
 
@@ -12,7 +12,7 @@ Frame Garbage(SimRandom& random) {
     Frame bytes(static_cast<size_t>(random.Between(1, kMaxGarbage)));
     for (uint8_t& b : bytes) {
         uint32_t v = random.Below(255);
-        b = static_cast<uint8_t>(v >= kFrameStart ? v + 1 : v);
+        b = static_cast<uint8_t>(v >= ZELKO_START ? v + 1 : v);
     }
     return bytes;
 }
@@ -36,7 +36,7 @@ Frame ToWire(const std::vector<IdFrame>& frames, const FaultRates& rates, SimRan
             cs = static_cast<uint8_t>(cs + random.Between(1, 255));
             corruptIds.push_back(frames[i].id);
         }
-        const Frame stuffed = StuffFrame(logical);
+        const Frame stuffed = ZelkoStuff(logical);
         wire.insert(wire.end(), stuffed.begin(), stuffed.end());
     }
     return wire;

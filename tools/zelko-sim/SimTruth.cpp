@@ -1,6 +1,6 @@
 #include "tools/zelko-sim/SimTruth.h"
 
-#include "tools/zelko-sim/SimFrames.h"
+#include "tools/common/ZelkoFrameWriter.h"
 #include "tools/zelko-sim/SimTime.h"
 
 namespace {
@@ -42,6 +42,6 @@ std::string CommandTruthLine(double t, const Frame& logical, bool checksumOk, co
     char head[64];
     std::snprintf(head, sizeof head, "{\"class\":\"command\",\"t\":%.3f,\"frame\":\"", t);
     // Outcomes are the simulator's own plain text: no quotes or backslashes to escape.
-    return head + HexText(logical) + "\",\"checksum_ok\":" + (checksumOk ? "true" : "false") +
+    return head + ZelkoHexText(logical) + "\",\"checksum_ok\":" + (checksumOk ? "true" : "false") +
            ",\"outcome\":\"" + outcome + "\"}\n";
 }

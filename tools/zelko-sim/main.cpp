@@ -8,10 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "module/position/PositionMgr.h"
 #include "tools/common/StopSignal.h"
 #include "tools/common/ToolCli.h"
+#include "tools/common/ZelkoFrameSplitter.h"
 #include "tools/zelko-sim/SimCommands.h"
-#include "tools/zelko-sim/SimFrames.h"
 #include "tools/zelko-sim/SimLink.h"
 #include "tools/zelko-sim/SimMessages.h"
 #include "tools/zelko-sim/SimOptions.h"
@@ -26,7 +27,7 @@ struct Session {
     const SimOptions& opt;
     Link link;
     ModuleState module;
-    HostFrameReader reader;
+    ZelkoFrameSplitter reader;
     SimRandom linkRandom;
     ChunkPlan plan;
     double t0 = 0;
@@ -39,9 +40,11 @@ void Log(double t, const std::string& text) {
 
 // Answers every whole frame the host has written, at sim time `at`.
 void Answer(Session& s, double at) {
-    Frame frame;
-    bool ok = false;
-    while (s.reader.Next(frame, ok)) {
+    ZelkoBytes lead, wire;
+    while (s.reader.Next(lead, wire)) {
+        if (wire.empty()) continue;  // line noise without a start marker
+        const bool ok = CPositionMgr::MakeZelkoCS(wire.data(), wire.size()) == 0;
+        const Frame frame = ZelkoUnstuff(wire);
         CommandOutcome out = HandleHostFrame(frame, ok, s.module, at);
         if (!out.replies.empty() && InAnyInterval(s.opt.silences, at)) {
             out.log += " (silent: not sent)";
@@ -53,8 +56,8 @@ void Answer(Session& s, double at) {
             std::fflush(s.truth);
         }
         std::vector<uint16_t> corrupt;
-        const Frame wire = ToWire(out.replies, FaultRates{0, s.opt.corrupt}, s.linkRandom, corrupt);
-        LinkWrite(s.link, wire, s.plan, s.linkRandom, at);
+        const Frame replies = ToWire(out.replies, FaultRates{0, s.opt.corrupt}, s.linkRandom, corrupt);
+        LinkWrite(s.link, replies, s.plan, s.linkRandom, at);
     }
 }
 
@@ -87,7 +90,7 @@ int main(int argc, char** argv) {
     if (!opt.replay.empty()) return Replay(opt);
     std::string error;
     const double period = 1.0 / opt.rate;
-    Session s{opt, Link{}, ModuleState{}, HostFrameReader{},
+    Session s{opt, Link{}, ModuleState{}, ZelkoFrameSplitter{},
               SimRandom(opt.seed, RandomStream::Link), ChunkPlan{opt.chunkMin, opt.chunkMax, period / 2}};
     std::copy(opt.version, opt.version + 3, s.module.version);
     s.module.coldStartSeconds = opt.coldStart;
