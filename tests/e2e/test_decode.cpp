@@ -1,11 +1,16 @@
-// zelko-decode against the simulator's truth on a longer corrupted capture, and a live read from a
-// pseudo-terminal (its exact output is pinned by the recorded captures of the position suite).
+// zelko-sim and zelko-decode together: reproducible captures, the decoder against the simulator's
+// truth on a corrupted capture, a live read from a pseudo-terminal, gpsd's own client reading its
+// objects, and the faults every tool meets (their exact output is pinned by the recorded captures
+// of the position suite).
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -43,15 +48,36 @@ std::vector<std::string> OfClass(const std::vector<std::string>& lines, const st
     return out;
 }
 
-// The simulator records which frames it spoiled; the decoder must count exactly those and report
-// a position, at the played coordinates, time and fix, for every fix message that arrived intact,
-// and each epoch's satellites in view and used, whatever noise lies between the frames. The
-// simulator writes a timed capture, which reads as the stream.
+// The same seed and options give the same bytes, whatever the chunking of the writes.
+TEST(ZelkoSim, SameSeedAndOptionsGiveTheSameBytes)
+{
+    auto capture = [](const std::string& name, std::vector<std::string> extra) {
+        extra.insert(extra.begin(), {"--duration", "40", "--rate", "2", "--noise", "0.5", "--corrupt", "0.05",
+                                     "--tunnel", "5:5", "--output", TempFile(name), "--truth", TempFile(name + ".json"), "--seed"});
+        EXPECT_EQ(tooltest::Run("zelko-sim", extra).status, 0) << name;
+        return std::make_pair(tooltest::ReadText(TempFile(name)), Lines(tooltest::ReadText(TempFile(name + ".json"))));
+    };
+    const auto a = capture("a", {"7"});
+    ASSERT_EQ(a.second.size(), 80u);
+    EXPECT_EQ(capture("b", {"7"}), a);
+    EXPECT_EQ(capture("chunked", {"7", "--chunk", "1:9"}).first, a.first);
+    EXPECT_NE(capture("other", {"8"}).first, a.first);
+    size_t total = 0;
+    for (const std::string& t : a.second) total += static_cast<size_t>(Number(t, "bytes"));
+    EXPECT_EQ(total, a.first.size());
+}
+
+// The simulator records which frames it spoiled; the decoder must count exactly those and report,
+// for every fix message that arrived intact, the played position, height, track, speed, time,
+// status byte and fix, and each epoch's satellites and DOPs, whatever noise lies between the
+// frames. The drive starts just before midnight of a leap day, stands still for four seconds and
+// passes a tunnel; the simulator writes a timed capture, which reads as the stream.
 TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
 {
     const std::string cap = TempFile("sim.bin"), truth = TempFile("sim.jsonl"), gpx = TempFile("sim.gpx");
     ASSERT_EQ(tooltest::Run("zelko-sim", {"--capture", cap, "--truth", truth, "--duration", "30", "--rate", "2",
-                                          "--seed", "5", "--corrupt", "0.05", "--noise", "0.9", "--tunnel", "10:5"})
+                                          "--seed", "5", "--corrupt", "0.05", "--noise", "0.9", "--tunnel", "10:5",
+                                          "--stop", "20:4", "--start", "20240229235945"})
                   .status,
               0);
     size_t corrupt = 0;
@@ -67,28 +93,40 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
 
     const tooltest::RunResult r = tooltest::Run("zelko-decode", {"--gpx", gpx, cap});
     ASSERT_EQ(r.status, 0);
-    const std::vector<std::string> lines = Lines(r.out), positions = OfClass(lines, "TPV"), skies = OfClass(lines, "SKY");
+    const std::vector<std::string> lines = Lines(r.out), positions = OfClass(lines, "TPV"), skies = OfClass(lines, "SKY"),
+                                   fixMessages = OfClass(lines, "FFixWithRawDRMsg");
     ASSERT_FALSE(lines.empty());
     ASSERT_EQ(OfClass(lines, "SUMMARY"), std::vector<std::string>{lines.back()});
     EXPECT_EQ(Number(lines.back(), "checksum_failures"), corrupt);
     EXPECT_EQ(Number(lines.back(), "refused"), corrupt);
     ASSERT_EQ(positions.size(), intactFixes.size());
+    ASSERT_EQ(fixMessages.size(), intactFixes.size());
     const std::string track = tooltest::ReadText(gpx);
     EXPECT_EQ(tooltest::CountOf(track, "<trkpt "), positions.size());
     const double unit = 180.0 / 2147483648.0;  // the module's angle unit in degrees
-    size_t deadReckoned = 0;
+    size_t deadReckoned = 0, standing = 0;
     for (size_t i = 0; i < positions.size(); ++i) {
-        SCOPED_TRACE(positions[i]);
-        EXPECT_NEAR(Number(positions[i], "lat"), Number(intactFixes[i], "lat_raw") * unit, 1e-5);
-        EXPECT_NEAR(Number(positions[i], "lon"), Number(intactFixes[i], "lon_raw") * unit, 1e-5);
-        const bool summaryLost = intactFixes[i].find("3201") != std::string::npos;  // the time stays the last one
-        EXPECT_TRUE(summaryLost || Text(positions[i], "time") == Text(intactFixes[i], "utc")) << intactFixes[i];
-        const bool dr = Text(intactFixes[i], "fix") == "dr";
-        EXPECT_EQ(Text(positions[i], "fix"), dr ? "DR" : "3D");
-        EXPECT_EQ(Number(positions[i], "mode"), dr ? 2 : 3);
+        const std::string &p = positions[i], &t = intactFixes[i];
+        SCOPED_TRACE(p);
+        EXPECT_NEAR(Number(p, "lat"), Number(t, "lat_raw") * unit, 1e-5);
+        EXPECT_NEAR(Number(p, "lon"), Number(t, "lon_raw") * unit, 1e-5);
+        EXPECT_EQ(Number(p, "alt"), std::round(Number(t, "alt")));
+        // The library keeps 0.1 degree and 0.1 km/h.
+        const double turn = std::fabs(Number(p, "track") - Number(t, "heading"));
+        EXPECT_LE(std::min(turn, 360 - turn), 0.1);
+        EXPECT_NEAR(Number(p, "speed"), Number(t, "speed_kmh") / 3.6, 0.04);
+        EXPECT_EQ(std::stol(Text(fixMessages[i], "status"), nullptr, 16), Number(t, "status"));
+        const bool summaryLost = t.find("3201") != std::string::npos;  // the time stays the last one
+        EXPECT_TRUE(summaryLost || Text(p, "time") == Text(t, "utc")) << t;
+        const bool dr = Text(t, "fix") == "dr";
+        EXPECT_EQ(Text(p, "fix"), dr ? "DR" : "3D");
+        EXPECT_EQ(Number(p, "mode"), dr ? 2 : 3);
         deadReckoned += dr ? 1 : 0;
+        standing += Number(t, "speed_raw") == 0 ? 1 : 0;
     }
     EXPECT_GT(deadReckoned, 0u);
+    EXPECT_GE(standing, 6u);
+    EXPECT_EQ(Text(positions.back(), "time").substr(0, 11), "2024-03-01T");
     EXPECT_EQ(tooltest::CountOf(track, "<type>DR</type><fix>none</fix><sat>0</sat></trkpt>"), deadReckoned);
     const size_t halfSeconds = tooltest::CountOf(r.out, ".500Z\"");  // every other fix at 2 Hz
     EXPECT_GT(halfSeconds, 20u);
@@ -97,13 +135,19 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
     ASSERT_EQ(skies.size(), cycles.size());
     for (size_t i = 0; i < skies.size(); ++i) {
         if (cycles[i].find("\"corrupt\":[]") == std::string::npos) continue;
-        EXPECT_EQ(Number(skies[i], "nSat"), 12) << skies[i];
-        EXPECT_EQ(Number(skies[i], "uSat"), Number(cycles[i], "sats")) << skies[i];
-        EXPECT_EQ(tooltest::CountOf(skies[i], "\"used\":true"), Number(cycles[i], "sats")) << skies[i];
+        SCOPED_TRACE(skies[i]);
+        EXPECT_EQ(Number(skies[i], "nSat"), 12);
+        EXPECT_EQ(Number(skies[i], "uSat"), Number(cycles[i], "sats"));
+        EXPECT_EQ(tooltest::CountOf(skies[i], "\"used\":true"), Number(cycles[i], "sats"));
+        int k = 0;
+        for (const char* dop : {"pdop", "hdop", "vdop"}) {  // none while the module has none
+            const double raw = Number(cycles[i], "dop_raw", k++);
+            if (raw > 0) {
+                EXPECT_NEAR(Number(skies[i], dop), raw / 256, 0.11) << dop;
+            }
+        }
     }
-    std::remove(cap.c_str());
-    std::remove(truth.c_str());
-    std::remove(gpx.c_str());
+    for (const std::string& f : {cap, truth, gpx}) std::remove(f.c_str());
 }
 
 TEST(ZelkoDecode, ReadsALiveDeviceUntilItHangsUp)
@@ -210,7 +254,31 @@ TEST(ZelkoTools, CommandLineAndInputFaultsAreNamed)
         EXPECT_EQ(diagnostics.empty(), c.err.empty()) << diagnostics;
     }
     EXPECT_EQ(tooltest::ReadText(noise), random) << "the simulator wrote into a capture";
-    for (const std::string& f : {empty, noise, err}) std::remove(f.c_str());
+
+    // The readers of captures refuse what is not one: a message naming the input, exit 1 (3: the
+    // decoder's status for input without anything to decode), nothing written, never a hang.
+    const std::string missing = TempFile("missing.cap"), text = TempFile("track.gpx"), cut = TempFile("cut.cap"),
+                      out = TempFile("out.cap");
+    std::ofstream(text) << "<?xml version=\"1.0\"?>\n<gpx version=\"1.1\"></gpx>\n";
+    ASSERT_EQ(tooltest::Run("zelko-sim", {"--capture", cut, "--duration", "3"}).status, 0);
+    ASSERT_EQ(truncate(cut.c_str(), static_cast<off_t>(tooltest::ReadText(cut).size() - 5)), 0);
+    for (std::vector<std::string> reader : std::vector<std::vector<std::string>>{
+             {"zelko-sim", "--replay"}, {"zelko-nmea"}, {"zelko-decode", "--nmea"}, {"zelko-record"}}) {
+        for (const std::string& input : {missing, text, cut, noise}) {
+            std::vector<std::string> args(reader.begin() + 1, reader.end());
+            args.push_back(input);
+            if (reader[0] == "zelko-record") args.push_back(out);
+            const tooltest::RunResult r = tooltest::Run(reader[0], args, {"", false, err}, std::chrono::seconds(10));
+            const std::string diagnostics = tooltest::ReadText(err);
+            SCOPED_TRACE(reader[0] + " " + input + ": " + diagnostics);
+            EXPECT_TRUE(r.status == 1 || r.status == 3) << r.status;
+            EXPECT_NE(diagnostics.find(reader[0] + ": "), std::string::npos);
+            EXPECT_NE(diagnostics.find(input), std::string::npos);
+            EXPECT_TRUE(r.out.empty()) << r.out;
+            EXPECT_NE(access(out.c_str(), F_OK), 0) << "wrote " << out;
+        }
+    }
+    for (const std::string& f : {empty, noise, err, text, cut}) std::remove(f.c_str());
 }
 
 // SIGINT and SIGTERM end the tools whatever their input: one that never blocks, one that never
