@@ -158,42 +158,31 @@ TEST(ZelkoMessages, AltFilterOutputIsWidenedToTheFormat2Layout)
     EXPECT_TRUE(log.Take().empty());  // an unknown format is refused silently
 }
 
-// The repacked DR sensor record expected from a logical frame.
-Bytes DRRecord(const Bytes& frame, unsigned char previousFirst)
-{
-    Bytes rec(52, 0);
-    const unsigned char flags = frame[4];
-    rec[0] = static_cast<unsigned char>((previousFirst & 0xF8) | (flags & 1) | ((flags >> 6) << 1));
-    std::copy(frame.begin() + 5, frame.begin() + 27, rec.begin() + 1);
-    if (frame[3] >= 8) {
-        const size_t tail = 28 + 4u * frame[27];
-        std::copy(frame.begin() + tail, frame.begin() + tail + 29, rec.begin() + 23);
-    }
-    return rec;
-}
-
 TEST(ZelkoMessages, DRSensorDataIsRepacked)
 {
     testsupport::LogCapture log;
     CZELKOParser parser;
     auto record = RecordBytes<&CZELKOParser::m_stDRSensor>;
 
-    // Format 7: no tail block.
+    // Format 7: no tail block. Frame flags bit 0 and bits 6..7 fill record bits 0..2.
     Bytes v7 = ZelkoBlankFrame(0x70, 0x13, 30 + 4);
     v7[3] = 7;
     v7[4] = 0xC1;
-    for (size_t i = 5; i < 27; ++i) v7[i] = static_cast<unsigned char>(i);
+    v7[5] = 0x11;
+    v7[26] = 0x22;
     v7[27] = 1;
-    v7 = ZelkoSeal(v7);
-    ASSERT_EQ(ParseWire(parser, v7), 7013);
-    EXPECT_EQ(record(parser), DRRecord(v7, 0));
-    EXPECT_EQ(record(parser)[0], 0x07);
+    v7[28] = 0x33;  // an entry: skipped
+    ASSERT_EQ(ParseWire(parser, ZelkoSeal(v7)), 7013);
+    Bytes want(52, 0);
+    want[0] = 0x07, want[1] = 0x11, want[22] = 0x22;
+    EXPECT_EQ(record(parser), want);
 
-    // Format 8 with two entries: the tail block starts at logical offset 36, escaped.
+    // Format 8 with two entries: the tail block starts at logical offset 36, escaped; bits 3..7
+    // of the first byte belong to the record, not the frame.
     Bytes v8 = ZelkoSampleDRSensor(0x01020304, 10, -12345, 2);
     v8[4] = 0x40;
     for (size_t i = 36; i < 65; ++i) v8[i] = static_cast<unsigned char>(0xA0 + i);
-    parser.m_stDRSensor.ucData[0] = 0xF8;  // bits 3..7 belong to the record, not the frame
+    parser.m_stDRSensor.ucData[0] = 0xF8;
     v8[6] = 0x82;
     v8[30] = 0x81;  // an entry
     v8[40] = 0x80;  // the tail block
@@ -201,7 +190,10 @@ TEST(ZelkoMessages, DRSensorDataIsRepacked)
     const Bytes wire = ZelkoStuff(v8);
     ASSERT_GT(wire.size(), v8.size() + 2);
     ASSERT_EQ(ParseWire(parser, wire), 7013);
-    EXPECT_EQ(record(parser), DRRecord(v8, 0xF8));
+    want = {0xFA};
+    ZelkoAppend(want, Bytes(v8.begin() + 5, v8.begin() + 27));
+    ZelkoAppend(want, Bytes(v8.begin() + 36, v8.begin() + 65));
+    EXPECT_EQ(record(parser), want);
 
     const Bytes kept = record(parser);
     Bytes bad = wire;
