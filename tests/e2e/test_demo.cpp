@@ -56,9 +56,7 @@ TEST(GpsdrDemo, PrintsEachCallJavaReceivedWithItsDistanceToTheTransformedTruth)
     if (jvm && std::string(jvm) == "none") GTEST_SKIP() << "no JVM in this variant";
     const int seconds = 5;
     const std::string out = TempDirForAll("gpsdr_demo_");
-    tooltest::Io io{"", false, out + "/stderr"};
-    if (const char* preload = std::getenv("GPSDR_JVM_PRELOAD"))
-        io.env = {std::string("LD_PRELOAD=") + preload, "ASAN_OPTIONS=detect_leaks=0:handle_segv=0:allow_user_segv_handler=1"};
+    const tooltest::Io io{"", false, out + "/stderr"};
     const auto r = RunUnprivileged(tooltest::BuildPath("gpsdr-demo"),
                                    {"--seconds", std::to_string(seconds), "--seed", "3", "--out", out}, io);
     ASSERT_EQ(r.status, 0) << r.out << tooltest::ReadText(out + "/stderr");

@@ -167,6 +167,10 @@ int main(int argc, char** argv)
     // The time text is the module's UTC only where local time has no daylight saving.
     childproc::Io io{"", true, dir + "java.log", {"TZ=UTC"}};
     io.device = device.View();
+#ifdef GPSDR_JVM_PRELOAD
+    io.env.push_back("LD_PRELOAD=" GPSDR_JVM_PRELOAD);
+    io.env.push_back("ASAN_OPTIONS=detect_leaks=0:handle_segv=0:allow_user_segv_handler=1");
+#endif
     io.ownGroup = true;  // a terminal's Ctrl-C reaches the demo, which stops Java properly
     childproc::Child java = childproc::Spawn(
         GPSDR_JAVA, {"-Djava.library.path=" + here, "-cp", here + "/java-classes", "com.corvane.velmorith.NativeCallDemo",
