@@ -154,6 +154,7 @@ TEST(Facade, ForwardsToItsManagerAndAnswersFixedResultsWithoutOne)
     sats.lSatelNum = 5;
     EXPECT_EQ(1, dr.GetSatelInfo(&sats));
     EXPECT_EQ(0, sats.lSatelNum);  // this input kind reports no satellites
+    EXPECT_EQ(0, dr.GetSatelInfo(nullptr));
 
     EXPECT_EQ(1, dr.Destroy());
     ExpectNoManagerAnswers(dr);

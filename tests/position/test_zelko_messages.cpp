@@ -34,9 +34,11 @@ TEST(ZelkoMessages, EveryCatalogueKindRoundTripsAndIsCounted)
     mgr.Initialize(1, 1, 2);
     std::set<int> ids;
     ZelkoBytes stream;
+    EXPECT_EQ(ZelkoKindById(1102), nullptr);
     for (const ZelkoKind& kind : kZelkoKinds) {
         SCOPED_TRACE(kind.id);
         EXPECT_TRUE(ids.insert(kind.id).second);
+        EXPECT_EQ(ZelkoKindById(kind.id), &kind);
         EXPECT_EQ(kind.frameLen == 0 ? 52 : kind.frameLen, kind.slot.recordSize);
         EXPECT_EQ(kind.receivedLen, kind.code == 0x10 ? kind.frameLen : 0);
         // An acknowledgement that needed escaping would not be recognised, so it gets none.
