@@ -1,5 +1,5 @@
-// The project's programs as the end-to-end tests run them: the shared child-process and
-// JSON-line support under the tests' short names, and programs found in the build directory.
+// The project's programs as the end-to-end tests run them: the shared child-process support, and
+// programs found in the build directory.
 #ifndef GPSDR_TESTS_E2E_TOOLPROCESS_H
 #define GPSDR_TESTS_E2E_TOOLPROCESS_H
 
@@ -18,13 +18,7 @@
 
 namespace tooltest {
 
-using childproc::Child;
-using childproc::Clock;
-using childproc::Io;
-using childproc::Read;
-using childproc::ReadUntil;
-using childproc::Reap;
-using childproc::RunResult;
+using namespace childproc;
 
 inline std::string BuildPath(const std::string& program)
 {
@@ -63,16 +57,6 @@ inline size_t CountOf(const std::string& text, const std::string& what)
     size_t n = 0;
     for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + what.size())) ++n;
     return n;
-}
-
-inline double Number(const std::string& line, const std::string& key, int index = 0)
-{
-    return JsonNumber(line, key, index);
-}
-
-inline std::string Text(const std::string& line, const std::string& key)
-{
-    return JsonText(line, key);
 }
 
 }  // namespace tooltest

@@ -25,8 +25,6 @@
 namespace {
 
 using tooltest::Lines;
-using tooltest::Number;
-using tooltest::Text;
 
 std::string TempFile(const std::string& name)
 {
@@ -63,7 +61,7 @@ TEST(ZelkoSim, SameSeedAndOptionsGiveTheSameBytes)
     EXPECT_EQ(capture("chunked", {"7", "--chunk", "1:9"}).first, a.first);
     EXPECT_NE(capture("other", {"8"}).first, a.first);
     size_t total = 0;
-    for (const std::string& t : a.second) total += static_cast<size_t>(Number(t, "bytes"));
+    for (const std::string& t : a.second) total += static_cast<size_t>(JsonNumber(t, "bytes"));
     EXPECT_EQ(total, a.first.size());
 }
 
@@ -97,8 +95,8 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
                                    fixMessages = OfClass(lines, "FFixWithRawDRMsg");
     ASSERT_FALSE(lines.empty());
     ASSERT_EQ(OfClass(lines, "SUMMARY"), std::vector<std::string>{lines.back()});
-    EXPECT_EQ(Number(lines.back(), "checksum_failures"), corrupt);
-    EXPECT_EQ(Number(lines.back(), "refused"), corrupt);
+    EXPECT_EQ(JsonNumber(lines.back(), "checksum_failures"), corrupt);
+    EXPECT_EQ(JsonNumber(lines.back(), "refused"), corrupt);
     ASSERT_EQ(positions.size(), intactFixes.size());
     ASSERT_EQ(fixMessages.size(), intactFixes.size());
     const std::string track = tooltest::ReadText(gpx);
@@ -108,25 +106,25 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
     for (size_t i = 0; i < positions.size(); ++i) {
         const std::string &p = positions[i], &t = intactFixes[i];
         SCOPED_TRACE(p);
-        EXPECT_NEAR(Number(p, "lat"), Number(t, "lat_raw") * unit, 1e-5);
-        EXPECT_NEAR(Number(p, "lon"), Number(t, "lon_raw") * unit, 1e-5);
-        EXPECT_EQ(Number(p, "alt"), std::round(Number(t, "alt")));
+        EXPECT_NEAR(JsonNumber(p, "lat"), JsonNumber(t, "lat_raw") * unit, 1e-5);
+        EXPECT_NEAR(JsonNumber(p, "lon"), JsonNumber(t, "lon_raw") * unit, 1e-5);
+        EXPECT_EQ(JsonNumber(p, "alt"), std::round(JsonNumber(t, "alt")));
         // The library keeps 0.1 degree and 0.1 km/h.
-        const double turn = std::fabs(Number(p, "track") - Number(t, "heading"));
+        const double turn = std::fabs(JsonNumber(p, "track") - JsonNumber(t, "heading"));
         EXPECT_LE(std::min(turn, 360 - turn), 0.1);
-        EXPECT_NEAR(Number(p, "speed"), Number(t, "speed_kmh") / 3.6, 0.04);
-        EXPECT_EQ(std::stol(Text(fixMessages[i], "status"), nullptr, 16), Number(t, "status"));
+        EXPECT_NEAR(JsonNumber(p, "speed"), JsonNumber(t, "speed_kmh") / 3.6, 0.04);
+        EXPECT_EQ(std::stol(JsonText(fixMessages[i], "status"), nullptr, 16), JsonNumber(t, "status"));
         const bool summaryLost = t.find("3201") != std::string::npos;  // the time stays the last one
-        EXPECT_TRUE(summaryLost || Text(p, "time") == Text(t, "utc")) << t;
-        const bool dr = Text(t, "fix") == "dr";
-        EXPECT_EQ(Text(p, "fix"), dr ? "DR" : "3D");
-        EXPECT_EQ(Number(p, "mode"), dr ? 2 : 3);
+        EXPECT_TRUE(summaryLost || JsonText(p, "time") == JsonText(t, "utc")) << t;
+        const bool dr = JsonText(t, "fix") == "dr";
+        EXPECT_EQ(JsonText(p, "fix"), dr ? "DR" : "3D");
+        EXPECT_EQ(JsonNumber(p, "mode"), dr ? 2 : 3);
         deadReckoned += dr ? 1 : 0;
-        standing += Number(t, "speed_raw") == 0 ? 1 : 0;
+        standing += JsonNumber(t, "speed_raw") == 0 ? 1 : 0;
     }
     EXPECT_GT(deadReckoned, 0u);
     EXPECT_GE(standing, 6u);
-    EXPECT_EQ(Text(positions.back(), "time").substr(0, 11), "2024-03-01T");
+    EXPECT_EQ(JsonText(positions.back(), "time").substr(0, 11), "2024-03-01T");
     EXPECT_EQ(tooltest::CountOf(track, "<type>DR</type><fix>none</fix><sat>0</sat></trkpt>"), deadReckoned);
     const size_t halfSeconds = tooltest::CountOf(r.out, ".500Z\"");  // every other fix at 2 Hz
     EXPECT_GT(halfSeconds, 20u);
@@ -136,14 +134,14 @@ TEST(ZelkoDecode, CorruptedSimulatorCaptureMatchesItsTruth)
     for (size_t i = 0; i < skies.size(); ++i) {
         if (cycles[i].find("\"corrupt\":[]") == std::string::npos) continue;
         SCOPED_TRACE(skies[i]);
-        EXPECT_EQ(Number(skies[i], "nSat"), 12);
-        EXPECT_EQ(Number(skies[i], "uSat"), Number(cycles[i], "sats"));
-        EXPECT_EQ(tooltest::CountOf(skies[i], "\"used\":true"), Number(cycles[i], "sats"));
+        EXPECT_EQ(JsonNumber(skies[i], "nSat"), 12);
+        EXPECT_EQ(JsonNumber(skies[i], "uSat"), JsonNumber(cycles[i], "sats"));
+        EXPECT_EQ(tooltest::CountOf(skies[i], "\"used\":true"), JsonNumber(cycles[i], "sats"));
         int k = 0;
         for (const char* dop : {"pdop", "hdop", "vdop"}) {  // none while the module has none
-            const double raw = Number(cycles[i], "dop_raw", k++);
+            const double raw = JsonNumber(cycles[i], "dop_raw", k++);
             if (raw > 0) {
-                EXPECT_NEAR(Number(skies[i], dop), raw / 256, 0.11) << dop;
+                EXPECT_NEAR(JsonNumber(skies[i], dop), raw / 256, 0.11) << dop;
             }
         }
     }

@@ -66,11 +66,11 @@ bool ShowsTruth(const std::string& pane, const std::string& truthPath)
     std::snprintf(utc, sizeof utc, "\"utc\":\"%04d-%02d-%02dT%02d:%02d:%02d", y, mo, d, h, mi, s);
     for (const std::string& t : tooltest::Lines(tooltest::ReadText(truthPath)))
         if (t.find(utc) != std::string::npos)
-            return std::fabs(lat - tooltest::Number(t, "lat")) < 1.5e-6 &&
-                   std::fabs(lon - tooltest::Number(t, "lon")) < 1.5e-6 && alt == tooltest::Number(t, "alt") &&
-                   std::fabs(heading - tooltest::Number(t, "heading")) < 0.15 &&
-                   std::fabs(speed - tooltest::Number(t, "speed_kmh")) < 0.15 && used == tooltest::Number(t, "sats") &&
-                   listed == used && tooltest::Text(t, "fix") == "3d" && tooltest::CountOf(pane, "  yes\n") == size_t(usedRows);
+            return std::fabs(lat - JsonNumber(t, "lat")) < 1.5e-6 &&
+                   std::fabs(lon - JsonNumber(t, "lon")) < 1.5e-6 && alt == JsonNumber(t, "alt") &&
+                   std::fabs(heading - JsonNumber(t, "heading")) < 0.15 &&
+                   std::fabs(speed - JsonNumber(t, "speed_kmh")) < 0.15 && used == JsonNumber(t, "sats") &&
+                   listed == used && JsonText(t, "fix") == "3d" && tooltest::CountOf(pane, "  yes\n") == size_t(usedRows);
     return false;
 }
 

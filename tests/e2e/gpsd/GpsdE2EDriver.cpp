@@ -20,8 +20,6 @@
 
 namespace {
 
-using tooltest::Number;
-using tooltest::Text;
 
 std::string Installed(const std::string& name)
 {
@@ -97,7 +95,7 @@ int main(int argc, char** argv)
     sim.Stop();
 
     std::map<std::string, std::string> truth;  // by "YYYY-MM-DDThh:mm:ss"
-    for (const std::string& t : tooltest::Lines(tooltest::ReadText(truthPath))) truth[Text(t, "utc").substr(0, 19)] = t;
+    for (const std::string& t : tooltest::Lines(tooltest::ReadText(truthPath))) truth[JsonText(t, "utc").substr(0, 19)] = t;
     int failures = 0, fixes = 0, estimated = 0, skies = 0;
     const auto fail = [&](const std::string& what, const std::string& report) {
         std::printf("FAIL: %s: %s\n", what.c_str(), report.c_str());
@@ -105,8 +103,8 @@ int main(int argc, char** argv)
     };
     std::string last;  // truth of the second the latest TPV reported
     for (const std::string& r : reports) {
-        if (r.find("\"class\":\"TPV\"") != std::string::npos && !Text(r, "time").empty()) {
-            const auto t = truth.find(Text(r, "time").substr(0, 19));
+        if (r.find("\"class\":\"TPV\"") != std::string::npos && !JsonText(r, "time").empty()) {
+            const auto t = truth.find(JsonText(r, "time").substr(0, 19));
             if (t == truth.end()) {
                 fail("no second of the drive has this time", r);
                 continue;
@@ -114,23 +112,23 @@ int main(int argc, char** argv)
             last = t->second;
             // gpsd reports dead reckoning as status 5 and, seeing no satellites used, without
             // a position.
-            const bool dr = Text(last, "fix") == "dr", estimate = Number(r, "status") == 5;
+            const bool dr = JsonText(last, "fix") == "dr", estimate = JsonNumber(r, "status") == 5;
             estimated += dr && estimate;
             if (dr != estimate) fail("dead reckoning is not reported as such: " + last, r);
-            if (std::isnan(Number(r, "lat"))) continue;
-            if (!Near(Number(r, "lat"), Number(last, "lat"), 1e-5) || !Near(Number(r, "lon"), Number(last, "lon"), 1e-5) ||
-                !Near(Number(r, "speed"), Number(last, "speed_kmh") / 3.6, 0.05) ||
-                !Near(Number(r, "track"), Number(last, "heading"), 0.15))
+            if (std::isnan(JsonNumber(r, "lat"))) continue;
+            if (!Near(JsonNumber(r, "lat"), JsonNumber(last, "lat"), 1e-5) || !Near(JsonNumber(r, "lon"), JsonNumber(last, "lon"), 1e-5) ||
+                !Near(JsonNumber(r, "speed"), JsonNumber(last, "speed_kmh") / 3.6, 0.05) ||
+                !Near(JsonNumber(r, "track"), JsonNumber(last, "heading"), 0.15))
                 fail("position, speed or track differ from " + last, r);
             // Before its first GSA gpsd guesses the mode from RMC alone.
-            if (Number(r, "mode") == 3 && ++fixes && !Near(Number(r, "alt"), Number(last, "alt"), 0.5))
+            if (JsonNumber(r, "mode") == 3 && ++fixes && !Near(JsonNumber(r, "alt"), JsonNumber(last, "alt"), 0.5))
                 fail("altitude differs from " + last, r);
-        } else if (r.find("\"class\":\"SKY\"") != std::string::npos && !last.empty() && Text(last, "fix") == "3d") {
+        } else if (r.find("\"class\":\"SKY\"") != std::string::npos && !last.empty() && JsonText(last, "fix") == "3d") {
             ++skies;
-            if (Number(r, "nSat") != 12 || Number(r, "uSat") != Number(last, "sats") ||
-                !Near(Number(r, "pdop"), Number(last, "dop_raw", 0) / 256, 0.11) ||
-                !Near(Number(r, "hdop"), Number(last, "dop_raw", 1) / 256, 0.11) ||
-                !Near(Number(r, "vdop"), Number(last, "dop_raw", 2) / 256, 0.11))
+            if (JsonNumber(r, "nSat") != 12 || JsonNumber(r, "uSat") != JsonNumber(last, "sats") ||
+                !Near(JsonNumber(r, "pdop"), JsonNumber(last, "dop_raw", 0) / 256, 0.11) ||
+                !Near(JsonNumber(r, "hdop"), JsonNumber(last, "dop_raw", 1) / 256, 0.11) ||
+                !Near(JsonNumber(r, "vdop"), JsonNumber(last, "dop_raw", 2) / 256, 0.11))
                 fail("satellites or DOPs differ from " + last, r);
         }
     }

@@ -119,48 +119,30 @@ public:
 private:
     void OneCall(GpsDRInterface& dr)
     {
+        _mMMPosition pos{};
+        _mGpsInfo info{};
+        _mSatelInfo sats{};
+        _mGPSDREngineerInfoEx eng{};
+        _mZelkoLowDataInfo low{};
+        _mGPSDRDiagnosis diag{};
+        unsigned char command = 0;
+        unsigned long ms = 0;
         switch (m_rng() % (commands ? 8 : 5)) {
-            case 0: {
-                _mMMPosition pos{};
-                dr.GetCarPos(&pos);
-                break;
-            }
-            case 1: {
-                _mGpsInfo info{};
-                dr.GetGPSInfo(&info, static_cast<char>(m_rng() % 2));
-                break;
-            }
-            case 2: {
-                _mSatelInfo sats{};
-                dr.GetSatelInfo(&sats);
-                break;
-            }
-            case 3: {
-                _mGPSDREngineerInfoEx eng{};
-                _mZelkoLowDataInfo low{};
-                _mGPSDRDiagnosis diag{};
-                dr.GetGPSDREngineerInfoEx(&eng);
-                dr.GetZelkoLowInfo(&low);
-                dr.GetGPSDRDiagnosisData(&diag);
-                break;
-            }
-            case 4: {
-                unsigned char command = 0;
-                unsigned long ms = 0;
-                dr.GetZelkoResetTime(command, ms);
-                dr.GetParam(16);
-                break;
-            }
+            case 0: dr.GetCarPos(&pos); break;
+            case 1: dr.GetGPSInfo(&info, static_cast<char>(m_rng() % 2)); break;
+            case 2: dr.GetSatelInfo(&sats); break;
+            case 3: dr.GetGPSDREngineerInfoEx(&eng); dr.GetZelkoLowInfo(&low); dr.GetGPSDRDiagnosisData(&diag); break;
+            case 4: dr.GetZelkoResetTime(command, ms); dr.GetParam(16); break;
             case 5:
             case 6: {  // type 4 is refused, the others reach the port
+                const unsigned char type = static_cast<unsigned char>(m_rng() % 5);
                 const short pitch = static_cast<short>(static_cast<int>(m_rng() % 21) - 10);
                 const short roll = static_cast<short>(static_cast<int>(m_rng() % 21) - 10);
-                sent += dr.SetZelkoMountAngle(static_cast<unsigned char>(m_rng() % 5), pitch, roll);
+                sent += dr.SetZelkoMountAngle(type, pitch, roll);
                 break;
             }
             default:  // resets 0 to 3; 4 cannot be built
                 sent += dr.SendZelkoCommand(static_cast<unsigned char>(m_rng() % 5));
-                break;
         }
     }
 
@@ -224,13 +206,6 @@ std::vector<std::string> SimArgs(std::vector<std::string> extra)
                                      "--cold-start", "0.5", "--duration", "3600"};
     args.insert(args.end(), extra.begin(), extra.end());
     return args;
-}
-
-int CyclesWanted()
-{
-    const char* text = std::getenv("GPSDR_STRESS_CYCLES");
-    const int n = text ? std::atoi(text) : 0;
-    return n > 0 ? n : 100;
 }
 
 class Stress : public ::testing::Test {
@@ -326,7 +301,8 @@ protected:
 
 TEST_F(Stress, RandomStartStopCyclesLeaveNoThreadAndNoDanglingManager)
 {
-    const int wanted = CyclesWanted();
+    const char* cycles = std::getenv("GPSDR_STRESS_CYCLES");
+    const int wanted = cycles && std::atoi(cycles) > 0 ? std::atoi(cycles) : 100;
     int ran = 0;
     std::map<std::string, int> seen;
     for (; ran < wanted && !HasFailure(); ++ran) {
