@@ -90,7 +90,7 @@ TEST(GeoGeometry, SideVerticalAngleAndLinkRuns)
     EXPECT_EQ(U::CalVAngle(99, 10, 0), 0);  // under a metre: no angle
 
     EXPECT_EQ(U::MultiLinkInclude(6, 2, 5, 3), 1);
-    EXPECT_EQ(U::MultiLinkInclude(5, 4, 5, 3), 0);
+    EXPECT_EQ(U::MultiLinkInclude(5, 4, 5, 3) * 10 + U::MultiLinkInclude(5, 3, 5, 3), 1);  // same start
     EXPECT_EQ(U::MultiLinkInclude(4, 1, 5, 3), 0);
     EXPECT_EQ(U::MultiLinkInclude(0xFFFFFFFFul, 2, 10, 0), 1);  // 32-bit sum wraps
 }

@@ -151,7 +151,7 @@ TEST_F(MMCaller, CommandsOnTheWire)
     s_mm->PauseDataThread(1);
     unsigned char frame[] = {0x81, 0x03, 0x01, 0xF9, 0x82};
     EXPECT_EQ(s_mm->DataSend(frame, sizeof frame), 0);
-    EXPECT_EQ(s_mm->SendZelkoCommand(0), 0);
+    EXPECT_EQ(s_mm->SendZelkoCommand(0) + s_mm->SetZelkoMountAngle(0, 0, 0), 0);
     s_mm->PauseDataThread(0);
     EXPECT_EQ(s_mm->DataSend(nullptr, 5) + s_mm->DataSend(frame, 0), 0);
     EXPECT_EQ(Written(s_mm, module), std::vector<Bytes>{});
@@ -178,6 +178,7 @@ TEST_F(MMCaller, CommandsOnTheWire)
                               // No data thread and paused: refused, naming the (empty) handle.
                               "[LIB_DBG][SendZelkoCommand] Check Data Thread State : Handle(0x00000000), "
                               "PauseState(1)\n",
+                              "[LIB_DBG][CMM::SetZelkoMountAngle] Send Mount Angle Calibration FAIL\n",
                               "[LIB_DBG][CMM::PauseDataThread] Pause Data Thread!! (0)\n",
                               "[LIB_DBG][CMM::SetDRType] Set DR Type (0)\n",
                               "[LIB_DBG][CMM::SetDataType] Set Data Kind mGpsDataEx Structure\n",
