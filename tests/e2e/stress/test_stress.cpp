@@ -199,14 +199,6 @@ int End()
     return Java_com_corvane_velmorith_NativeCall_EndGPSDRmodule(nullptr, nullptr);
 }
 
-// A short cold start keeps positions coming although the other thread resets the module.
-std::vector<std::string> SimArgs(std::vector<std::string> extra)
-{
-    std::vector<std::string> args = {"--rate", "10", "--noise", "0.2", "--corrupt", "0.05",
-                                     "--cold-start", "0.5", "--duration", "3600"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return args;
-}
 
 class Stress : public ::testing::Test {
 protected:
@@ -221,27 +213,23 @@ protected:
 
     void TearDown() override { mHostLogSetSink(nullptr, nullptr); }
 
-    // Points the device at the cycle's module (or at nothing) and makes sure that module runs.
+    // Points the device at the cycle's module (or at nothing) and makes sure that module runs. A
+    // short cold start keeps positions coming although the other thread resets the module.
     void PrepareDevice(const Cycle& c)
     {
-        switch (c.device) {
-            case Vanish:
-            case Silent:
-                ASSERT_TRUE(m_special.Start(m_sim, SimArgs({c.device == Vanish ? "--vanish" : "--silent",
-                                                     std::to_string(c.eventMs / 1000.0), "--seed",
-                                                     std::to_string(m_rng())})));
-                ASSERT_TRUE(m_link.PointAt(m_special.Pty()));
-                break;
-            case Missing:
-                ASSERT_TRUE(m_link.PointAt(kMissingDevice));
-                break;
-            case Steady:
-            case Killed:
-                if (!m_steady.Running()) {
-                    ASSERT_TRUE(m_steady.Start(m_sim, SimArgs({"--seed", "7"})));
-                }
-                ASSERT_TRUE(m_link.PointAt(m_steady.Pty()));
-                break;
+        std::vector<std::string> args = {"--rate", "10", "--noise", "0.2", "--corrupt", "0.05", "--cold-start", "0.5",
+                                         "--duration", "3600", "--seed"};
+        if (c.device == Vanish || c.device == Silent) {
+            args.insert(args.end(), {std::to_string(m_rng()), c.device == Vanish ? "--vanish" : "--silent",
+                                     std::to_string(c.eventMs / 1000.0)});
+            ASSERT_TRUE(m_special.Start(m_sim, args));
+            ASSERT_TRUE(m_link.PointAt(m_special.Pty()));
+        } else if (c.device == Missing) {
+            ASSERT_TRUE(m_link.PointAt(kMissingDevice));
+        } else {
+            args.push_back("7");
+            ASSERT_TRUE(m_steady.Running() || m_steady.Start(m_sim, args));
+            ASSERT_TRUE(m_link.PointAt(m_steady.Pty()));
         }
     }
 
