@@ -1,11 +1,9 @@
 // The driver facade on a real manager (no serial port: positions are pushed in as raw
 // records) and its update thread, including a facade whose manager another facade freed.
-#include <dirent.h>
-
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
@@ -17,6 +15,7 @@
 #include "jni/UpdateCycle.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WaitUntil.h"
+#include "tools/common/ProcSelf.h"
 
 namespace {
 
@@ -25,17 +24,10 @@ using testsupport::WaitUntil;
 
 const char kCycle[] = "[LIB_DBG] call sendGISInfo";
 
-int UpdateThreads()
+size_t UpdateThreads()
 {
-    int n = 0;
-    DIR* dir = opendir("/proc/self/task");
-    while (dirent* e = dir ? readdir(dir) : nullptr) {
-        std::string name;
-        std::getline(std::ifstream(std::string("/proc/self/task/") + e->d_name + "/comm"), name);
-        n += name == "Update_Thread";
-    }
-    if (dir) closedir(dir);
-    return n;
+    const std::vector<procself::Task> tasks = procself::Tasks();
+    return std::count_if(tasks.begin(), tasks.end(), [](const procself::Task& t) { return t.name == "Update_Thread"; });
 }
 
 // The trace formatter's %f of a positive value: six decimals, cut rather than rounded.
@@ -56,9 +48,7 @@ void StartWithFix(GpsDRInterface& dr, int32_t date = 150321)
     // lon, lat, heading, speed, date, time, used, in view, DOP 1-3, reserved, fix, altitude
     _mGpsDataEx ex{static_cast<int32_t>(126.978 * 3686400), static_cast<int32_t>(37.5665 * 3686400),
                    1234, 456, date, 123456000, 7, 9, 12, 15, 21, 0, 1, -12, 0, {}};
-    char raw[sizeof ex];
-    std::memcpy(raw, &ex, sizeof raw);
-    ASSERT_EQ(1, dr.SetPosData(raw, sizeof raw));
+    ASSERT_EQ(1, dr.SetPosData(reinterpret_cast<char*>(&ex), sizeof ex));
 }
 
 std::string Summary(const _mGpsInfo& i)
@@ -111,8 +101,7 @@ void ExpectNoManagerAnswers(GpsDRInterface& dr)
         {1, [&] { return dr.Destroy(); }},
     };
     for (size_t i = 0; i < answers.size(); ++i) EXPECT_EQ(answers[i].first, answers[i].second()) << "row " << i;
-    EXPECT_EQ(7, command);
-    EXPECT_EQ(7u, ms);
+    EXPECT_EQ(command * 1000 + ms, 7007u);  // untouched
     EXPECT_EQ(Summary(_mGpsInfo{}), Summary(info));  // cleared before the manager is asked
     EXPECT_EQ(5, sats.lSatelNum);
     EXPECT_TRUE(log.Texts().empty());
@@ -186,7 +175,7 @@ TEST(Facade, UpdateThreadTracesThePublishedPositionEverySecondUntilStopped)
     EXPECT_EQ(1, dr.StartUpdateThread());
     EXPECT_EQ(3, log.Count("[MM-Dbg][CMM::StartDataThread] Start UpdateThread Success!!\n"));
     std::this_thread::sleep_for(std::chrono::milliseconds(100));  // time for a wrong second one to name itself
-    EXPECT_EQ(1, UpdateThreads());
+    EXPECT_EQ(1u, UpdateThreads());
 
     EXPECT_EQ(1, dr.StopUpdateThread());
     EXPECT_TRUE(WaitUntil([] { return UpdateThreads() == 0; }));

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -42,32 +43,17 @@ TEST(UpdateCycle, ArgumentsCarryDegreesSwappedDopsWholeDegreesAndTheNormalisedUt
         // In summer the UTC fields, read as standard time, come back an hour later.
         {2021, 7, 15, 12, 0, 0, 0, "20210715130000", 0},
     };
+    _mMMPosition pos{};
+    pos.lLon = 45720000, pos.lLat = 13500000, pos.dLon = 45720000.0, pos.dLat = 13500000.0;
     for (const auto& r : rows) {
-        _mMMPosition pos{};
-        pos.lLon = 45720000;
-        pos.lLat = 13500000;
-        pos.dLon = 45720000.0;
-        pos.dLat = 13500000.0;
         pos.wHeading = r.heading;
-        _mGpsInfo info{};
-        info.lYear = r.year;
-        info.lMonth = r.month;
-        info.lDay = r.day;
-        info.lHour = r.hour;
-        info.lMinute = r.minute;
-        info.lSecond = r.second;
-        info.lAltitude = -12;
-        info.fDop1 = 9.0f;
-        info.fDop2 = 12.9f;
+        const _mGpsInfo info{0, 0, 0, 0, r.year, r.month, r.day, r.hour, r.minute, r.second,
+                             0, 0, 0, 0, -12, 0, 9.0f, 12.9f, 0, 0};
         const SendGISArgs args = MakeSendGISArgs(pos, info);
         SCOPED_TRACE(r.text);
-        EXPECT_EQ(37.5, args.lat);
-        EXPECT_EQ(127.0, args.lon);
-        EXPECT_EQ(-12.0, args.alt);
-        EXPECT_EQ(12, args.a);
-        EXPECT_EQ(9, args.b);
+        const double fixed[] = {args.lat, args.lon, args.alt, double(args.a), double(args.b), double(args.reserved)};
+        EXPECT_EQ((std::vector<double>(fixed, fixed + 6)), (std::vector<double>{37.5, 127.0, -12.0, 12, 9, 0}));
         EXPECT_EQ(r.degrees, args.heading) << r.heading;
-        EXPECT_EQ(0, args.reserved);
         EXPECT_STREQ(r.text, args.time);
     }
 }

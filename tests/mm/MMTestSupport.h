@@ -4,15 +4,12 @@
 #ifndef GPSDR_TESTS_MM_MMTESTSUPPORT_H
 #define GPSDR_TESTS_MM_MMTESTSUPPORT_H
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -23,6 +20,8 @@
 #include "module/geo/MMUtility.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WaitUntil.h"
+#include "tools/common/ProcSelf.h"
+#include "tools/common/Pty.h"
 #include "tools/common/ZelkoFrameSplitter.h"
 #include "tools/common/ZelkoSampleFrames.h"
 
@@ -74,17 +73,6 @@ inline bool IsMountAngleCommand(const Bytes& f)
     return f.size() >= 44 && f[1] == 0x01 && f[2] == 0x70 && f[3] == 0x60 && f[4] == 0x02;
 }
 
-inline int ThreadsNamed(const std::string& name)
-{
-    int n = 0;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::string comm;
-        std::getline(std::ifstream(task.path() / "comm"), comm);
-        n += comm == name ? 1 : 0;
-    }
-    return n;
-}
-
 // The module on the master side of a pty. Its reader thread cuts the host's bytes into sends
 // (eight zero bytes, then one frame) and hands each frame to the responder; a send without that
 // preamble is kept whole, so that it matches no expected frame.
@@ -95,12 +83,8 @@ public:
     {
         // Non-blocking like a UART: bytes sent while nobody has the port open are dropped once
         // the line's buffer is full, instead of stalling the writer.
-        m_master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-        char name[128];
-        if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0 ||
-            ptsname_r(m_master, name, sizeof name) != 0)
-            return;
-        m_path = name;
+        std::string error;
+        if ((m_master = OpenRawPty(m_path, error)) < 0) return;
         m_path16 = W(m_path);
         m_reader = std::thread([this] { ReadLoop(); });
     }
@@ -112,8 +96,7 @@ public:
     void Send(const Bytes& bytes)  // what does not fit the line's buffer is lost, as on a real line
     {
         std::lock_guard<std::mutex> hold(m_writeLock);
-        const ssize_t written = m_master >= 0 ? write(m_master, bytes.data(), bytes.size()) : -1;
-        (void)written;
+        if (m_master >= 0) (void)!write(m_master, bytes.data(), bytes.size());
     }
     std::vector<Bytes> Frames() const  // every frame received since the last Clear, in order
     {

@@ -21,11 +21,11 @@ _mGpsDataEx Record(double lonDeg, double latDeg, uint16_t heading = 1234)
     return rec;
 }
 
-std::string ClockText(time_t t)  // the device clock as the time text shows it
+std::string ClockText(time_t t, const char* format = "%Y%m%d_%H%M%S")  // the device clock as the time text shows it
 {
     tm local = {};
     char buf[32];
-    strftime(buf, sizeof buf, "%Y%m%d_%H%M%S", localtime_r(&t, &local));
+    strftime(buf, sizeof buf, format, localtime_r(&t, &local));
     return buf;
 }
 
@@ -135,13 +135,11 @@ TEST_F(MMCaller, ModuleTimeRecordTimeAndDeviceClock)
     int got = 0;
     while (t0.tv_sec != t1.tv_sec)  // read within one second
         gettimeofday(&t0, nullptr), got = s_mm->GetGPSLocalTime(&st), gettimeofday(&t1, nullptr);
-    const time_t at = t0.tv_sec;
-    char want[32], have[64];
-    strftime(want, sizeof want, "%Y%m%d %w %H%M%S", localtime(&at));
+    char have[64];
     snprintf(have, sizeof have, "%04d%02d%02d %d %02d%02d%02d", st.wYear, st.wMonth, st.wDay, st.wDayOfWeek, st.wHour,
              st.wMinute, st.wSecond);
     EXPECT_EQ(got, 1);
-    EXPECT_STREQ(have, want);
+    EXPECT_EQ(have, ClockText(t0.tv_sec, "%Y%m%d %w %H%M%S"));
     setenv("TZ", "UTC", 1);
     tzset();
 }

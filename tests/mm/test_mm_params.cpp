@@ -69,7 +69,5 @@ TEST_F(MMCaller, EveryParameterCaseAndItsMessage)
     }
 
     EXPECT_EQ(s_mm->SetUserDataPath(nullptr), 0);
-    std::vector<unsigned short> longPath(400, 'a');  // longer than the field: must stay inside it
-    longPath.push_back(0);
-    EXPECT_EQ(s_mm->SetUserDataPath(longPath.data()), 1);
+    EXPECT_EQ(s_mm->SetUserDataPath(mmt::W(std::string(400, 'a')).data()), 1);  // longer than the field: kept inside
 }
