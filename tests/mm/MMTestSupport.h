@@ -130,19 +130,14 @@ private:
                 std::this_thread::sleep_for(std::chrono::milliseconds(2));
                 continue;
             }
-            std::vector<Bytes> frames;
-            {
-                std::lock_guard<std::mutex> hold(m_lock);
-                m_splitter.Push(buf, static_cast<size_t>(n));
-                for (Bytes lead, wire; m_splitter.Next(lead, wire);) {
-                    const bool framed = lead == Bytes(8, 0) && !wire.empty();
-                    if (!framed) wire.insert(wire.begin(), lead.begin(), lead.end());
-                    frames.push_back(wire);
-                }
-                m_frames.insert(m_frames.end(), frames.begin(), frames.end());
+            m_splitter.Push(buf, static_cast<size_t>(n));  // this thread's alone
+            for (Bytes lead, wire; m_splitter.Next(lead, wire);) {
+                if (lead != Bytes(8, 0) || wire.empty()) wire.insert(wire.begin(), lead.begin(), lead.end());
+                std::unique_lock<std::mutex> hold(m_lock);
+                m_frames.push_back(wire);
+                hold.unlock();
+                if (m_responder) m_responder(*this, wire);
             }
-            for (const Bytes& f : frames)
-                if (m_responder) m_responder(*this, f);
         }
     }
 
