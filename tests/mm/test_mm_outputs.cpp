@@ -11,14 +11,9 @@ namespace {
 _mGpsDataEx Record(double lonDeg, double latDeg, uint16_t heading = 1234)
 {
     const double unitsPerDegree = 3686400.0;  // the manager's coordinate-unit kind 2
-    _mGpsDataEx rec = {};
-    rec.lLon = static_cast<int32_t>(lonDeg * unitsPerDegree);
-    rec.lLat = static_cast<int32_t>(latDeg * unitsPerDegree);
-    rec.wHeading = heading;
-    rec.sSpeed = 567;
-    rec.lDate = 150324;
-    rec.lTime = 123456000;
-    return rec;
+    // lon, lat, heading, speed, date, time, then no satellites, DOP, fix or altitude
+    return {static_cast<int32_t>(lonDeg * unitsPerDegree), static_cast<int32_t>(latDeg * unitsPerDegree), heading, 567,
+            150324, 123456000, 0, 0, 0, 0, 0, 0, 0, 0, 0, {}};
 }
 
 std::string ClockText(time_t t, const char* format = "%Y%m%d_%H%M%S")  // the device clock as the time text shows it
@@ -179,10 +174,7 @@ TEST_F(MMCaller, FactoryModeHeadingFilterAndPassThroughRecords)
     EXPECT_EQ(s_mm->SetZelkoEngFactoryMode(1), 1);  // no data-kind check, unlike the other commands
     EXPECT_EQ(log.Take(),
               std::vector<std::string>{"[MM-Dbg][CPositionMgr::SetFactoryMode] Factory Mode Request!!!! (1)\n"});
-    int status = 0;
-    _mMMPosition pub = Published(&status);
-    EXPECT_EQ(status, 3);
-    EXPECT_EQ(pub.wHeading, 0);  // the gyro heading, still 0 on this module
+    EXPECT_EQ(Published().wHeading, 0);  // the gyro heading, still 0 on this module
     EXPECT_EQ(Published(nullptr, 0).wHeading, 900);  // never on the current record
     s_mm->SetZelkoEngFactoryMode(0);
     EXPECT_EQ(Published().wHeading, 900);

@@ -117,14 +117,10 @@ TEST(MMThreads, SessionPortStatesRestartAndStops)
 
     // The module falls silent and the reader waits for it; stopping (twice is harmless) ends it.
     module.Chatter(false);
-    uint32_t lastTick = g_dwDataThreadLifeTick.load();
-    Clock::time_point lastChange = Clock::now();
-    ASSERT_TRUE(WaitUntil([&] {
-        if (g_dwDataThreadLifeTick.load() != lastTick) {
-            lastTick = g_dwDataThreadLifeTick.load();
-            lastChange = Clock::now();
-        }
-        return ElapsedMs(lastChange) > 250;  // longer than a cycle's sleep
+    ASSERT_TRUE(WaitUntil([] {
+        const uint32_t tick = g_dwDataThreadLifeTick.load();
+        std::this_thread::sleep_for(std::chrono::milliseconds(250));  // longer than a cycle's sleep
+        return g_dwDataThreadLifeTick.load() == tick;
     }, 3000));
     log.Clear();
     EXPECT_EQ(mm->StopDataThread(), 1);
