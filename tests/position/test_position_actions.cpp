@@ -31,13 +31,13 @@ Bytes GpsFix(uint8_t modeByte, uint16_t heading, size_t len = 33)
     return f;
 }
 
-Bytes Time(uint16_t year, uint16_t dop3 = 768, uint8_t fixKind = 0x27, uint8_t used = 0x3D)
+Bytes Time()
 {
-    Bytes f = ZelkoSampleTimeConstel(year, 3, 15, 12, 34, 56, used);
+    Bytes f = ZelkoSampleTimeConstel(2024, 3, 15, 12, 34, 56, 0x3D);
     ZelkoPutLE<uint16_t>(&f[11], 256);
     ZelkoPutLE<uint16_t>(&f[13], 512);
-    ZelkoPutLE<uint16_t>(&f[15], dop3);
-    f[18] = fixKind;
+    ZelkoPutLE<uint16_t>(&f[15], 768);
+    f[18] = 0x27;
     return f;
 }
 
@@ -66,30 +66,12 @@ protected:
 TEST_F(Actions, FixWithRawDRMakesThePosition)
 {
     Bytes f = Fix(0x15, 0xCE, 1u << 29, 1u << 30, 32768);  // 45 N, 90 E, heading 180.0
-    ZelkoPutLE<uint32_t>(&f[6], 0x11223344);
     ZelkoPutLE<uint16_t>(&f[18], static_cast<uint16_t>(-12));
     ZelkoPutLE<uint16_t>(&f[22], 1000);
-    const uint16_t values[] = {0x0102, 0xFFFE, 0x0304, 0, 0, 0, 0, 0x0506, 0x0708};  // bytes 24..41
-    for (int i = 0; i < 9; ++i) ZelkoPutLE<uint16_t>(&f[24 + 2 * i], values[i]);
-    f[42] = 0x85;
-    ZelkoPutLE<uint32_t>(&f[43], 0xA1B2C3D4);
-    ZelkoPutLE<uint16_t>(&f[47], 0x0910);
     EXPECT_EQ(Feed(f), 1);
 
     EXPECT_EQ(PosText(), "pos 32400000,16200000 head 1800 speed 360 date 0 time 0 sats 0/0 dop 0,0,0 fix 0 alt -12 mode 8");
     EXPECT_EQ(LowText(), "pos 32400000,16200000 quality 0 dop 0,0 raw 1000 head 1800 alt -12 0-0-0 0:0:0");
-    _mGPSDREngineerInfo e = Eng();
-    EXPECT_EQ(Describe(e), "gps 0,0 dr 32400000,16200000 head 0/1800 speed 0/360 fix 0 bits 15/0F angle 360,360/0 "
-                           "dop 0,0,0 0-0-0 0:0:0");
-    EXPECT_EQ(pt::Text("%04X %04X %04X %08X %02X %04X", e.wDRValue[0], e.wDRValue[1], e.wDRValue[2], e.ulDRValue,
-                       e.ucDRValue7, e.wDRValueTail),
-              "0102 FFFE 0304 A1B2C3D4 05 0910");
-    const _sZelkoSubData sub = Get(mgr, &CPositionMgr::GetZelkoSubData);
-    EXPECT_EQ(pt::Text("%d %d %04X %04X %u", sub.sDRValue[0], sub.sDRValue[1], sub.wDRValue[0], sub.wDRValue[1], sub.ucDRFlag),
-              "-2 772 0506 0708 1");
-    const _sZelkoStatusData st = Get(mgr, &CPositionMgr::GetZelkoStatusData);
-    EXPECT_EQ(Bytes(st.ucStatusFlag, st.ucStatusFlag + 10), Bytes({1, 0, 1, 0, 1, 0, 0, 0, 1, 1}));
-    EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoTimeData).ulDRTime, 0x11223344u);
 
     // Without the DR-heading flag the position keeps its heading; zero coordinates stay zero.
     EXPECT_EQ(Feed(Fix(0x11, 0x00, 0, 0, 16384)), 1);
@@ -102,27 +84,6 @@ TEST_F(Actions, FixWithRawDRMakesThePosition)
     Feed(Fix(0x15, 0, 0, 0, 0));
     EXPECT_EQ(pt::Text("%d,%d", Get(mgr, &CPositionMgr::GetPosData).lLon, Get(mgr, &CPositionMgr::GetPosData).lLat), "0,0");
     EXPECT_TRUE(log.Take().empty());
-}
-
-TEST_F(Actions, GpsHeadingReplacesDRHeadingOnlyByTheRule)
-{
-    const struct { bool dopsValid, drHeadValid; uint8_t mode, ext; unsigned short drKind; bool replaced; } rows[] = {
-        {true, false, 0x11, 0x00, 2, true},  {false, false, 0x11, 0x00, 2, false},
-        {true, true, 0x11, 0x00, 2, false},  {true, true, 0x11, 0x00, 8, true},
-        {true, true, 0x11, 0x08, 8, false},  {true, true, 0x05, 0x00, 8, false},
-        {true, false, 0x05, 0x00, 2, true},
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(&r - rows);
-        CPositionMgr m;
-        m.Initialize(1, 1, r.drKind);
-        pt::FeedFrame(m, Time(2024, r.dopsValid ? 768 : 25));
-        pt::FeedFrame(m, Fix(r.drHeadValid ? 0x04 : 0, r.ext, 0, 0, 32768));
-        pt::FeedFrame(m, GpsFix(static_cast<uint8_t>(0x40 | r.mode), 16384));
-        const int expect = r.replaced ? 900 : (r.drHeadValid ? 1800 : 0);
-        EXPECT_EQ(Get(m, &CPositionMgr::GetPosData).wHeading, expect);
-        EXPECT_EQ(Get(m, &CPositionMgr::GetZelkoLowOutData).wHeading, expect);
-    }
 }
 
 TEST_F(Actions, GpsFixSetsFixStateAndEndsTheFixTimeMeasurement)
@@ -143,65 +104,18 @@ TEST_F(Actions, GpsFixSetsFixStateAndEndsTheFixTimeMeasurement)
     EXPECT_EQ(kind, 2);
     EXPECT_LT(ms, 5000u);
 
-    const _sZelkoSubData sub = Get(mgr, &CPositionMgr::GetZelkoSubData);
-    EXPECT_EQ(pt::Text("%d,%d %u %d", sub.lLon, sub.lLat, sub.wHeading, sub.sSpeed), "32400000,16200000 900 360");
-    EXPECT_EQ(Describe(Eng()), "gps 32400000,16200000 dr 0,0 head 900/0 speed 360/0 fix 2 bits 00/00 angle 360,360/0 "
-                               "dop 0,0,0 0-0-0 0:0:0");
     EXPECT_EQ(PosText(), "pos 0,0 head 0 speed 0 date 0 time 0 sats 0/0 dop 0,0,0 fix 0 alt 0 mode 0");
 }
 
 TEST_F(Actions, TimeAndConstellationSummary)
 {
-    Feed(Time(2024));  // 13 satellites reported
+    Feed(Time());  // 13 satellites reported
     EXPECT_EQ(PosText(), "pos 0,0 head 0 speed 0 date 150324 time 123456000 sats 12/12 dop 10,20,30 fix 0 alt 0 mode 0");
     EXPECT_EQ(LowText(), "pos 0,0 quality 3 dop 20,30 raw 0 head 0 alt 0 2024-3-15 12:34:56");
     EXPECT_EQ(Describe(Eng()), "gps 0,0 dr 0,0 head 0/0 speed 0/0 fix 0 bits 00/00 angle 360,360/0 dop 20,10,20 "
                                "2024-3-15 12:34:56");
     EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoTimeData).wYear, 2024);
     EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoStatusData).ucFixKind, 7);
-
-    // Before 2000 the position's date stays, but the low-level and engineering copies follow;
-    // the year 80 alone is copied nowhere.
-    Feed(Time(1999, 768, 0x25, 0x05));
-    EXPECT_EQ(Get(mgr, &CPositionMgr::GetPosData).lDate, 150324);
-    EXPECT_EQ(Get(mgr, &CPositionMgr::GetPosData).ucSatUsed, 5);
-    EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoTimeData).wYear, 2024);
-    Feed(Time(80));
-    EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoLowOutData).wYear, 1999);
-    EXPECT_EQ(Eng().wYear, 1999);
-
-    const int quality[16] = {4, 1, 1, 1, 1, 2, 2, 3, 4, 1, 1, 1, 1, 1, 1, 1};
-    for (uint8_t kind = 0; kind < 16; ++kind) {
-        Feed(Time(2024, 768, static_cast<uint8_t>(0xF0 | kind), 0x0F));
-        EXPECT_EQ(Get(mgr, &CPositionMgr::GetZelkoLowOutData).wFixQuality, quality[kind]) << int(kind);
-    }
-}
-
-TEST_F(Actions, ChannelMeasurementsFillTheSatelliteTable)
-{
-    Feed(ZelkoSampleChannelMeas(7, 47, 45, 100, 0x10));
-    Feed(ZelkoSampleChannelMeas(9, 5, 10, 3, 0x01));
-    Feed(ZelkoSampleChannelMeas(7, 3, 46, 101, 0x04));  // same id: updated in place
-    _mSatelView s[CPositionMgr::SATEL_TABLE_SIZE];
-    auto text = [&s](int i) {
-        return pt::Text("%u el %u az %d snr %u used %u", s[i].wSatID, s[i].wElevation, s[i].sAzimuth, s[i].wSNR, s[i].ucUsed);
-    };
-    mgr.GetSatelData(s);
-    EXPECT_EQ(text(0), "7 el 46 az 202 snr 0 used 1");  // 3 * 0.2 truncates to 0
-    EXPECT_EQ(text(1), "9 el 10 az 6 snr 1 used 0");
-    EXPECT_EQ(text(2), "65535 el 65535 az -1 snr 65535 used 255");
-
-    // Id 0 reads as a free entry, so the next new id takes its place.
-    Feed(ZelkoSampleChannelMeas(0, 10, 1, 1, 0));
-    Feed(ZelkoSampleChannelMeas(11, 10, 1, 1, 0));
-    mgr.GetSatelData(s);
-    EXPECT_EQ(s[2].wSatID, 11);
-
-    // Entries are never freed: of 33 ids the last is dropped.
-    for (uint8_t id = 100; id < 130; ++id) Feed(ZelkoSampleChannelMeas(id, 255, 1, 1, 0));
-    mgr.GetSatelData(s);
-    EXPECT_EQ(text(31), "128 el 1 az 2 snr 51 used 0");
-    for (const _mSatelView& sat : s) EXPECT_NE(sat.wSatID, 129);
 }
 
 TEST_F(Actions, DRSensorIntegratesTheGyroHeading)

@@ -49,29 +49,6 @@ TEST_F(Stream, InertBeforeInitializeAndForEmptyChunks)
     EXPECT_EQ(log.All(), (std::vector<testsupport::LogLine>{{ANDROID_LOG_INFO, "Varnex", kNoStart}}));
 }
 
-TEST_F(Stream, GarbageAroundFramesIsDropped)
-{
-    // Garbage before the first start byte, between frames, and behind the last one.
-    Bytes chunk = {0x00, 0x82, 0x7E};
-    ZelkoAppend(chunk, Sat(1));
-    ZelkoAppend(chunk, {0x82, 0x33});
-    ZelkoAppend(chunk, Sat(2));
-    ZelkoAppend(chunk, {0x11, 0x22, 0x33});
-    EXPECT_EQ(Feed(chunk), 0);
-    EXPECT_EQ(SatellitesSeen(), 2);
-    // The trailing garbage did not stay: a lone frame tail now finds an empty buffer.
-    EXPECT_EQ(Feed({0x10, 0x82}), 0);
-    EXPECT_EQ(log.Take(), pt::Lines({kNoStart}));
-
-    // Frames of four bytes or fewer, and acknowledgements of unknown length, are consumed.
-    chunk = {0x81, 0x11, 0x82, 0x81, 0x82, 0x81, 0x10, 0x01, 0x00, 0x82};
-    ZelkoAppend(chunk, ZelkoSeal(ZelkoBlankFrame(0x10, 0x01, 10)));
-    ZelkoAppend(chunk, Sat(3));
-    EXPECT_EQ(Feed(chunk), 0);
-    EXPECT_EQ(SatellitesSeen(), 3);
-    EXPECT_TRUE(log.Take().empty());
-}
-
 TEST_F(Stream, BufferLimitsAndTheEightBitStartSearch)
 {
     // 300 garbage bytes: the 8-bit start search drops 44 of them and keeps 256, silently.
