@@ -1,7 +1,6 @@
 // The driver facade on a real manager (no serial port: positions are pushed in as raw
 // records) and its update thread, including a facade whose manager another facade freed.
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <functional>
@@ -15,6 +14,7 @@
 #include "jni/UpdateCycle.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WaitUntil.h"
+#include "tools/common/Format.h"
 #include "tools/common/ProcSelf.h"
 
 namespace {
@@ -33,10 +33,8 @@ size_t UpdateThreads()
 // The trace formatter's %f of a positive value: six decimals, cut rather than rounded.
 std::string TraceF(double v)
 {
-    int32_t whole = static_cast<int32_t>(v);
-    char text[40];
-    std::snprintf(text, sizeof text, "%d.%06lld", whole, static_cast<long long>((v - whole) * 1e6));
-    return text;
+    const int32_t whole = static_cast<int32_t>(v);
+    return Format("%d.%06lld", whole, static_cast<long long>((v - whole) * 1e6));
 }
 
 // Publishes a fix in Seoul (units of 1/1024 arc-second, as the offset step expects) on a
@@ -53,12 +51,10 @@ void StartWithFix(GpsDRInterface& dr, int32_t date = 150321)
 
 std::string Summary(const _mGpsInfo& i)
 {
-    char text[256];
-    std::snprintf(text, sizeof text, "%d %d h%u s%d %d-%d-%d %d:%d:%d w%u sat%u/%u fix%u alt%d %g %g %g %g port%u",
+    return Format("%d %d h%u s%d %d-%d-%d %d:%d:%d w%u sat%u/%u fix%u alt%d %g %g %g %g port%u",
                   i.lLon, i.lLat, i.wHeading, i.sSpeed, i.lYear, i.lMonth, i.lDay, i.lHour, i.lMinute, i.lSecond,
                   i.ucDayOfWeek, i.ucSatUsed, i.ucSatView, i.ucFixValid, i.lAltitude, i.fSpeed, i.fDop1, i.fDop2,
                   i.fDop3, i.ulPortState);
-    return text;
 }
 
 // What a facade without a manager (never had one, or lost it) answers, silently.
@@ -160,9 +156,8 @@ TEST(Facade, UpdateThreadTracesThePublishedPositionEverySecondUntilStopped)
     dr.GetCarPos(&pos);
     dr.GetGPSInfo(&info, 0);
     SendGISArgs sent = MakeSendGISArgs(pos, info);
-    char line[160];
-    std::snprintf(line, sizeof line, "%s (%u,%u), (%s,%s)\n", kCycle, static_cast<unsigned>(pos.lLon),
-                  static_cast<unsigned>(pos.lLat), TraceF(sent.lat).c_str(), TraceF(sent.lon).c_str());
+    const std::string line = Format("%s (%u,%u), (%s,%s)\n", kCycle, static_cast<unsigned>(pos.lLon),
+                                    static_cast<unsigned>(pos.lLat), TraceF(sent.lat).c_str(), TraceF(sent.lon).c_str());
 
     LogCapture log;
     auto started = std::chrono::steady_clock::now();

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "tests/mm/MMTestSupport.h"
+#include "tools/common/Format.h"
 
 namespace {
 
@@ -130,11 +131,10 @@ TEST_F(MMCaller, ModuleTimeRecordTimeAndDeviceClock)
     int got = 0;
     while (t0.tv_sec != t1.tv_sec)  // read within one second
         gettimeofday(&t0, nullptr), got = s_mm->GetGPSLocalTime(&st), gettimeofday(&t1, nullptr);
-    char have[64];
-    snprintf(have, sizeof have, "%04d%02d%02d %d %02d%02d%02d", st.wYear, st.wMonth, st.wDay, st.wDayOfWeek, st.wHour,
-             st.wMinute, st.wSecond);
     EXPECT_EQ(got, 1);
-    EXPECT_EQ(have, ClockText(t0.tv_sec, "%Y%m%d %w %H%M%S"));
+    EXPECT_EQ(Format("%04d%02d%02d %d %02d%02d%02d", st.wYear, st.wMonth, st.wDay, st.wDayOfWeek, st.wHour, st.wMinute,
+                     st.wSecond),
+              ClockText(t0.tv_sec, "%Y%m%d %w %H%M%S"));
     setenv("TZ", "UTC", 1);
     tzset();
 }
