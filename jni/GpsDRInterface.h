@@ -20,6 +20,28 @@ class CMM;
 
 void* UpdateThread(void* arg);  // "Update_Thread", argument: the facade
 
+// ---- the pure half of one update cycle: what Java receives for a published position and
+// GPS summary, kept apart from the thread so that it can be checked without one.
+enum { GIS_TIME_TEXT_LEN = 14 };
+
+// The arguments of one sendGISInfo call, in call order.
+struct SendGISArgs {
+    double lat;       // degrees
+    double lon;       // degrees
+    double alt;       // metres
+    int a;            // fDop2, truncated
+    int b;            // fDop1, truncated
+    int heading;      // whole degrees, truncated toward zero
+    int reserved;     // always 0
+    char time[GIS_TIME_TEXT_LEN + 1];  // "YYYYMMDDhhmmss" or fourteen zeros
+};
+
+// The summary's six time fields as "%04d%02d%02d%02d%02d%02d" after a mktime/localtime round
+// trip, or "00000000000000" outside 2011..2079.
+void MakeGISTimeText(const _mGpsInfo& info, char (&text)[GIS_TIME_TEXT_LEN + 1]);
+
+SendGISArgs MakeSendGISArgs(const _mMMPosition& pos, const _mGpsInfo& info);
+
 class GpsDRInterface {
 public:
     GpsDRInterface();

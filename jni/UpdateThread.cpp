@@ -2,7 +2,6 @@
 
 #include "jni/GpsDRInterface.h"
 #include "jni/NativeCall.h"
-#include "jni/UpdateCycle.h"
 #include "platform/mString16.h"
 #include "platform/mThread.h"
 #include "platform/mTrace.h"

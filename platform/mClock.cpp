@@ -1,10 +1,25 @@
-// Wall-clock readings and the fixed waits.
+// Wall-clock readings, calendar normalisation and the fixed waits.
+//
+// Calendar dates reach 2079, past the end of a 32-bit time_t (2038): 32-bit targets use their
+// 64-bit time functions so that every target gives the same answers.
+#if !defined(__ANDROID__)
+#define _FILE_OFFSET_BITS 64
+#define _TIME_BITS 64
+#endif
+
 #include "platform/mThread.h"
 
 #include <sys/select.h>
 #include <sys/time.h>
 
 #include <ctime>
+
+#if defined(__ANDROID__) && !defined(__LP64__)
+#include <time64.h>
+#define M_MKTIME mktime64
+#else
+#define M_MKTIME mktime
+#endif
 
 namespace {
 
@@ -43,6 +58,11 @@ int mGetLocalTime(struct tm* out)
     if (!out || gettimeofday(&now, nullptr) != 0) return 0;
     const time_t secs = now.tv_sec;
     return localtime_r(&secs, out) ? 1 : 0;
+}
+
+int mMakeLocalTime(struct tm* t)
+{
+    return t && M_MKTIME(t) != -1 ? 1 : 0;
 }
 
 void mSleepMs(uint32_t ms)

@@ -79,6 +79,10 @@ uint32_t mGetMilisec(void);      // wall clock in ms, wrapping at 32 bits
 unsigned long mGetCurrentTime(void);  // local HHMMSS00
 unsigned long mGetCurrentDate(void);  // local YYYYMMDD
 int mGetLocalTime(struct tm* out);    // the wall clock as local time; 0 when it cannot be read
+// mktime in 64 bits on every target: normalises *t (a broken-down local time, its tm_isdst
+// obeyed as mktime obeys it) in place. 0 when mktime answers -1: an error, or the one second
+// 1969-12-31 23:59:59 UTC.
+int mMakeLocalTime(struct tm* t);
 // The fixed waits of the manager and the facade: a select() with no descriptors.
 void mSleepMs(uint32_t ms);
 

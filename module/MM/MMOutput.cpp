@@ -16,49 +16,27 @@ namespace {
 
 const uint16_t kEmptySatelId = 65535;
 
-int64_t FloorDiv(int64_t a, int64_t b)
+// Fills st from a broken-down local time after mktime has normalised it (a second 60 is the
+// next minute, a day 32 the next month), in 64 bits so that dates past 2038 are the same on
+// every target. isdst is what mktime is told of daylight saving.
+void FillNormalised(_SYSTEMTIME* st, int isdst, int year, int month, int day, int hour, int minute, int second)
 {
-    return a / b - (a % b < 0 ? 1 : 0);
-}
-
-// Days from 1970-01-01 to a date of the proleptic Gregorian calendar (month 1 to 12).
-int64_t DaysFromCivil(int64_t year, int64_t month, int64_t day)
-{
-    year -= month <= 2 ? 1 : 0;
-    const int64_t era = FloorDiv(year, 400);
-    const int64_t yearOfEra = year - era * 400;
-    const int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
-}
-
-// Calendar fields rolled over as mktime does (a second 60 is the next minute, a day 32 the
-// next month), without its time zone: the module's UTC time and the device's local reading
-// both come back as given, only normalised, and in 64 bits so that dates past 2038 are the
-// same on every target.
-void FillNormalised(_SYSTEMTIME* st, int year, int month, int day, int hour, int minute, int second)
-{
-    const int64_t months = static_cast<int64_t>(month) - 1;
-    const int64_t firstOfMonth = DaysFromCivil(year + FloorDiv(months, 12), months - FloorDiv(months, 12) * 12 + 1, 1);
-    const int64_t secs = (firstOfMonth + day - 1) * 86400 + static_cast<int64_t>(hour) * 3600 +
-                         static_cast<int64_t>(minute) * 60 + second;
-    const int64_t days = FloorDiv(secs, 86400);
-    const int64_t secOfDay = secs - days * 86400;
-
-    const int64_t shifted = days + 719468;
-    const int64_t era = FloorDiv(shifted, 146097);
-    const int64_t dayOfEra = shifted - era * 146097;
-    const int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const int64_t mp = (5 * dayOfYear + 2) / 153;  // months from March
-    const int64_t civilMonth = mp < 10 ? mp + 3 : mp - 9;
-
-    st->wYear = static_cast<uint16_t>(yearOfEra + era * 400 + (civilMonth <= 2 ? 1 : 0));
-    st->wMonth = static_cast<uint16_t>(civilMonth);
-    st->wDayOfWeek = static_cast<uint16_t>(days - FloorDiv(days + 4, 7) * 7 + 4);  // 1970-01-01: Thursday
-    st->wDay = static_cast<uint16_t>(dayOfYear - (153 * mp + 2) / 5 + 1);
-    st->wHour = static_cast<uint16_t>(secOfDay / 3600);
-    st->wMinute = static_cast<uint16_t>(secOfDay / 60 % 60);
-    st->wSecond = static_cast<uint16_t>(secOfDay % 60);
+    tm t{};
+    t.tm_year = year - 1900;
+    t.tm_mon = month - 1;
+    t.tm_mday = day;
+    t.tm_hour = hour;
+    t.tm_min = minute;
+    t.tm_sec = second;
+    t.tm_isdst = isdst;
+    mMakeLocalTime(&t);
+    st->wYear = static_cast<uint16_t>(t.tm_year + 1900);
+    st->wMonth = static_cast<uint16_t>(t.tm_mon + 1);
+    st->wDayOfWeek = static_cast<uint16_t>(t.tm_wday);
+    st->wDay = static_cast<uint16_t>(t.tm_mday);
+    st->wHour = static_cast<uint16_t>(t.tm_hour);
+    st->wMinute = static_cast<uint16_t>(t.tm_min);
+    st->wSecond = static_cast<uint16_t>(t.tm_sec);
     st->wMilliseconds = 0;
 }
 
@@ -90,7 +68,8 @@ int CMM::GetGPSTime(_SYSTEMTIME* st, char local)
     if (local) {
         const uint32_t date = static_cast<uint32_t>(mGetCurrentDate());  // YYYYMMDD
         const uint32_t time = static_cast<uint32_t>(mGetCurrentTime());  // HHMMSS00
-        FillNormalised(st, static_cast<int>(date / 10000), static_cast<int>(date / 100 % 100),
+        // Daylight saving as the device's zone has it: the device's own local time comes back.
+        FillNormalised(st, -1, static_cast<int>(date / 10000), static_cast<int>(date / 100 % 100),
                        static_cast<int>(date % 100), static_cast<int>(time / 1000000),
                        static_cast<int>(time / 10000 % 100), static_cast<int>(time / 100 % 100));
         return 1;
@@ -116,7 +95,9 @@ int CMM::GetGPSTime(_SYSTEMTIME* st, char local)
     m_pPositionMgr->GetPosData(&pos);
     if (pos.lDate <= 0) return 0;
     const int32_t hhmmss = pos.lTime / 1000;
-    FillNormalised(st, pos.lDate % 100 + 2000, pos.lDate / 100 % 100, pos.lDate / 10000, hhmmss / 10000,
+    // Daylight flag 0 on purpose: where daylight saving is in effect the UTC fields, read as
+    // standard time, come back an hour later, as callers of this path have always had them.
+    FillNormalised(st, 0, pos.lDate % 100 + 2000, pos.lDate / 100 % 100, pos.lDate / 10000, hhmmss / 10000,
                    hhmmss / 100 % 100, hhmmss % 100);
     return 1;
 }

@@ -146,4 +146,8 @@ private:
     }
 };
 
+// The catalogue of message kinds and their field layout is part of this interface: whatever
+// reads a record reads it through the catalogue's named fields. It needs the class above.
+#include "module/position/ZelkoCatalogue.h"
+
 #endif

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include "jni/GpsDRInterface.h"
-#include "jni/UpdateCycle.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WaitUntil.h"
 #include "tools/common/Format.h"

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "jni/UpdateCycle.h"
+#include "jni/GpsDRInterface.h"
 
 namespace {
 

@@ -105,14 +105,17 @@ TEST_F(MMCaller, ModuleTimeRecordTimeAndDeviceClock)
     EXPECT_EQ(s_mm->GetCurTimeString(text, 0), 1);
     EXPECT_EQ(Text(), "20240315_123456");
 
-    // Other kinds read the record's date and time as a calendar date, rolled over alike on every
-    // target past 2038: a Friday; a second 60 that ends the year 2040.
+    // Other kinds read the record's date and time as standard local time, rolled over alike on
+    // every target past 2038: a summer Monday comes back an hour later; a second 60 that ends
+    // the year 2040.
     Kind(MM_DATAKIND_GPSDATAEX);
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    tzset();
     _mGpsDataEx rec = Record(0.0, 0.0);
     const struct {
         int32_t date, time;
         _SYSTEMTIME st;
-    } dates[] = {{150324, 123456000, {2024, 3, 5, 15, 12, 34, 56, 0}}, {311240, 235960000, {2041, 1, 2, 1, 0, 0, 0, 0}}};
+    } dates[] = {{150724, 123456000, {2024, 7, 1, 15, 13, 34, 56, 0}}, {311240, 235960000, {2041, 1, 2, 1, 0, 0, 0, 0}}};
     for (const auto& d : dates) {
         rec.lDate = d.date, rec.lTime = d.time;
         Push(rec);

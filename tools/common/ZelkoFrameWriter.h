@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "module/position/ZelkoCatalogue.h"
+#include "module/position/ZELKOParser.h"
 
 using ZelkoBytes = std::vector<uint8_t>;
 

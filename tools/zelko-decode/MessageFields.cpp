@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-#include "module/position/ZelkoCatalogue.h"
+#include "module/position/ZELKOParser.h"
 #include "tools/common/ZelkoText.h"
 
 namespace {

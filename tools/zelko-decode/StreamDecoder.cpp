@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "module/position/ZelkoCatalogue.h"
+#include "module/position/ZELKOParser.h"
 #include "platform/mAndroidLog.h"
 #include "tools/common/ZelkoFeed.h"
 #include "tools/zelko-decode/JsonLine.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "module/position/ZelkoCatalogue.h"
+#include "module/position/ZELKOParser.h"
 #include "platform/mCharset.h"
 #include "tools/common/PortState.h"
 #include "tools/common/ZelkoText.h"

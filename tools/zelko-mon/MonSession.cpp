@@ -4,7 +4,7 @@
 #include <ctime>
 #include <utility>
 
-#include "module/position/ZelkoCatalogue.h"
+#include "module/position/ZELKOParser.h"
 #include "platform/mAndroidLog.h"
 #include "platform/mCharset.h"
 #include "platform/mThread.h"
