@@ -33,17 +33,12 @@ ZelkoFeed::~ZelkoFeed()
 
 void ZelkoFeed::Feed(const uint8_t* data, size_t len, const OnPosition& onPosition)
 {
-    for (size_t i = 0; i < len; ++i) {
-        m_piece.push_back(data[i]);
-        // A piece ends at its only end marker, or where the library's store would be full.
-        if (!CZELKOParser::IsEOMByte(&m_piece.back()) && m_piece.size() < CPositionMgr::STORE_BUFFER_SIZE) continue;
-        const int fix = m_mgr.ParsingZelko(reinterpret_cast<char*>(m_piece.data()),
-                                           static_cast<unsigned short>(m_piece.size()));
-        m_piece.clear();
-        if (!fix) continue;
+    CutZelkoPieces(m_piece, data, len, [&] {
+        if (!m_mgr.ParsingZelko(reinterpret_cast<char*>(m_piece.data()), static_cast<unsigned short>(m_piece.size())))
+            return;
         ++m_positions;
         if (onPosition) onPosition(m_mgr);
-    }
+    });
 }
 
 void InitializeForWgs84(CPositionMgr& mgr)

@@ -32,6 +32,20 @@ private:
     uint64_t m_positions = 0;
 };
 
+// Appends data to piece and hands over every piece the library's store takes whole: one ends at
+// its end marker, or where the store would be full, as a serial read would deliver it.
+// onPiece() reads the piece, which is emptied after it.
+template <class OnPiece>
+void CutZelkoPieces(std::vector<uint8_t>& piece, const uint8_t* data, size_t len, OnPiece&& onPiece)
+{
+    for (size_t i = 0; i < len; ++i) {
+        piece.push_back(data[i]);
+        if (!CZELKOParser::IsEOMByte(&piece.back()) && piece.size() < CPositionMgr::STORE_BUFFER_SIZE) continue;
+        onPiece();
+        piece.clear();
+    }
+}
+
 // Gives mgr the settings the manager gives its own, except the coordinate unit: the module's
 // own WGS 84 in 1/360000 degree rather than the offset transform's input.
 void InitializeForWgs84(CPositionMgr& mgr);

@@ -12,10 +12,6 @@
 
 namespace {
 
-// The library's store holds 4096 bytes; a longer run without an end marker is handed over in
-// pieces of that size, as a serial read would.
-const size_t kMaxPiece = CPositionMgr::STORE_BUFFER_SIZE;
-
 const char kRefusedClass[] = "REFUSED";
 
 std::string Hex8(unsigned char v)
@@ -48,7 +44,7 @@ StreamDecoder::StreamDecoder(Output out, bool echoTrace) : m_out(std::move(out))
 {
     mHostLogSetSink(&StreamDecoder::OnLog, this);
     InitializeForWgs84(m_positionMgr);
-    m_piece.reserve(kMaxPiece);
+    m_piece.reserve(CPositionMgr::STORE_BUFFER_SIZE);
 }
 
 StreamDecoder::~StreamDecoder()
@@ -65,10 +61,7 @@ void StreamDecoder::OnLog(int, const char* tag, const char* text, void* ctx)
 void StreamDecoder::Feed(const unsigned char* data, size_t len)
 {
     m_counts.bytes += len;
-    for (size_t i = 0; i < len; ++i) {
-        m_piece.push_back(data[i]);
-        if (CZELKOParser::IsEOMByte(&m_piece.back()) || m_piece.size() == kMaxPiece) HandlePiece();
-    }
+    CutZelkoPieces(m_piece, data, len, [this] { HandlePiece(); });
 }
 
 void StreamDecoder::HandlePiece()
@@ -87,7 +80,6 @@ void StreamDecoder::HandlePiece()
     m_counts.storeResets = uint64_t{m_stats.ulResetOverflow} + m_stats.ulResetNoStart + m_stats.ulResetTooMany;
     PrintFrame(id, RefusalOf(before, m_stats));
     m_pieceOffset += len;
-    m_piece.clear();
     if (id == ZELKO_ID_CHANNEL_MEAS)
         m_sky.Add(ZelkoGet(ZelkoKindById(id)->slot.record(m_parser), ZelkoChannelMeas::kSat));
     if (!fix) return;
