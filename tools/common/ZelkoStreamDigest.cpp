@@ -31,48 +31,65 @@ private:
     std::mt19937 m_rng;
 };
 
+// A kind to draw: its catalogue row and the length to send (a kind may go in either format).
+struct DrawnKind {
+    int id;  // 0: a code and subcode of no kind
+    uint8_t code, sub;
+    unsigned len;  // 0: DRSensorData's, which depends on its entries
+};
+
+DrawnKind Drawn(int id, bool otherFormat = false)
+{
+    const ZelkoKind& k = *ZelkoKindById(id);
+    return {id, k.code, k.subFirst, otherFormat ? k.frameLenAlt : k.frameLen};
+}
+
+template <class T, class V>
+void Put(Bytes& f, const ZelkoFieldOf<T>& field, V value)
+{
+    ZelkoPutLE<T>(&f[field.offset], static_cast<T>(value));
+}
+
 // A logical frame of one of the module's kinds with a random body and, where the library
 // branches on a field, values on both sides of the branch.
 Bytes RandomLogicalFrame(Random& r)
 {
-    struct Kind {
-        uint8_t code, sub;
-        unsigned len;
+    // The order is part of what a seed means: the common kinds of a drive, drawn more often,
+    // are the seven from FFixWithRawDRMsg on.
+    static const std::vector<DrawnKind> kKinds = {
+        Drawn(ZELKO_ID_APP_VERSION),   Drawn(ZELKO_ID_VERSION_03),    Drawn(ZELKO_ID_VERSION_06),
+        Drawn(ZELKO_ID_PRODUCT),       Drawn(ZELKO_ID_HARDWARE),      Drawn(ZELKO_ID_EVENT_LOG),
+        Drawn(ZELKO_ID_HEALTH),        Drawn(ZELKO_ID_ACK_NO_IDX),    Drawn(ZELKO_ID_ACK_IDX),
+        Drawn(ZELKO_ID_SYS_CMD_ACK),   Drawn(ZELKO_ID_FIX_WITH_RAW_DR), Drawn(ZELKO_ID_GPS_FIX),
+        Drawn(ZELKO_ID_GPS_FIX_EX),    Drawn(ZELKO_ID_UTC_CONSTEL),   Drawn(ZELKO_ID_CHANNEL_MEAS),
+        Drawn(ZELKO_ID_DPP_CAL),       Drawn(ZELKO_ID_DR_SENSOR),     Drawn(ZELKO_ID_ALT_FILTER, true),
+        Drawn(ZELKO_ID_ALT_FILTER),    Drawn(ZELKO_ID_MOUNT_ANGLE),   {0, 0x42, 0x01, 10},
     };
-    static const std::vector<Kind> kKinds = {
-        {0x11, 0x01, VersionReport::kSize},   {0x11, 0x03, VersionReport::kSize},
-        {0x11, 0x06, VersionReport::kSize},   {0x12, 0x03, ProductReport::kSize},
-        {0x12, 0x04, HardwareReport::kSize},  {0x14, 0x01, SoftEventLogReport::kSize},
-        {0x16, 0x01, HealthStatusReport::kSize}, {0x10, 0x01, SAndQAckNoIdx::kSize},
-        {0x10, 0x02, SAndQAckIdx::kSize},     {0x10, 0x03, SysCmdAck::kSize},
-        {0x30, 0x02, FFixWithRawDRMsg::kSize}, {0x31, 0x01, GpsFixMsg::kSize},
-        {0x31, 0x02, GpsFixMsgEx::kSize},     {0x32, 0x01, UtcConstelSum::kSize},
-        {0x33, 0x01, GpsChMeasShStat::kSize}, {0x36, 0x07, DppCalMsg::kSize},
-        {0x70, 0x13, 0},                      {0x70, 0x33, 58},
-        {0x70, 0x33, AltFilterOutputData::kSize}, {0x70, 0x60, MountAngCalGet::kSize},
-        {0x42, 0x01, 10},  // unknown kind
-    };
-    // The common kinds of a drive come more often.
-    const Kind& k = r.Chance(50) ? kKinds[10 + r.Below(7)] : r.Pick(kKinds);
+    const DrawnKind& k = r.Chance(50) ? kKinds[10 + r.Below(7)] : r.Pick(kKinds);
     unsigned len = k.len;
     const unsigned entries = r.Chance(10) ? r.Range(40, 120) : r.Below(6);
-    if (len == 0) len = 59 + 4 * entries;
-    if (k.code == 0x10 && r.Chance(30)) len = r.Range(5, 11);  // acknowledgements told by length
-    Bytes f = ZelkoBlankFrame(k.code, k.code == 0x10 ? static_cast<uint8_t>(r.Range(0, 4)) : k.sub, len);
+    if (len == 0) len = ZelkoDRSensor::FrameLen(entries);
+    const bool ack = k.id == ZELKO_ID_ACK_NO_IDX || k.id == ZELKO_ID_ACK_IDX || k.id == ZELKO_ID_SYS_CMD_ACK;
+    if (ack && r.Chance(30)) len = r.Range(5, 11);  // acknowledgements told by length
+    Bytes f = ZelkoBlankFrame(k.code, ack ? static_cast<uint8_t>(r.Range(0, 4)) : k.sub, len);
     for (unsigned i = 3; i + 2 < len; ++i) f[i] = r.BodyByte();
 
-    const uint16_t code = static_cast<uint16_t>(k.code << 8 | k.sub);
-    switch (code) {
-    case 0x1001: case 0x1002: case 0x1003:
-        if (r.Chance(30) && len >= 8) std::copy_n("\x70\x60", 3, f.begin() + 3);  // mount-angle command accepted
-        break;
-    case 0x1101:
-        if (r.Chance(60)) {  // around the version that has mount-angle calibration
-            f[3] = static_cast<unsigned char>(r.Below(4));
-            f[4] = static_cast<unsigned char>(r.Below(4));
+    switch (k.id) {
+    case ZELKO_ID_ACK_NO_IDX: case ZELKO_ID_ACK_IDX: case ZELKO_ID_SYS_CMD_ACK:
+        if (r.Chance(30) && len >= 8) {  // mount-angle command accepted
+            const ZelkoKind& mount = *ZelkoKindById(ZELKO_ID_MOUNT_ANGLE);
+            Put(f, ZelkoAckNoIdx::kCode, mount.code);
+            Put(f, ZelkoAckNoIdx::kSubcode, mount.subFirst);
+            Put(f, ZelkoAckNoIdx::kState, 0);
         }
         break;
-    case 0x1203: case 0x1204:
+    case ZELKO_ID_APP_VERSION:
+        if (r.Chance(60)) {  // around the version that has mount-angle calibration
+            Put(f, ZelkoVersion::kMajor, r.Below(4));
+            Put(f, ZelkoVersion::kMinor, r.Below(4));
+        }
+        break;
+    case ZELKO_ID_PRODUCT: case ZELKO_ID_HARDWARE:
         // Names reach the trace text; a '%' there would be expanded a second time by the log
         // (kept behaviour, reading an argument that is not there), so none is sent.
         for (unsigned i = 3; i + 2 < len; ++i) {
@@ -80,31 +97,37 @@ Bytes RandomLogicalFrame(Random& r)
             if (f[i] == '%') f[i] = '+';
         }
         break;
-    case 0x1401:
-        f[11] = r.Pick(std::vector<unsigned char>{0x62, 0x63, 0x65, 0x74, 0x92, 0x10});
-        if (r.Chance(70)) f[12] = static_cast<unsigned char>(r.Below(4) << 4);
+    case ZELKO_ID_EVENT_LOG:
+        Put(f, ZelkoEventLog::kEvent, r.Pick(std::vector<unsigned char>{0x62, 0x63, 0x65, 0x74, 0x92, 0x10}));
+        if (r.Chance(70)) Put(f, ZelkoEventLog::kLevel, r.Below(4) << 4);
         break;
-    case 0x3101: case 0x3102:
-        if (r.Chance(60)) f[7] = r.Pick(std::vector<unsigned char>{0x11, 0x51, 0x02});
+    case ZELKO_ID_GPS_FIX: case ZELKO_ID_GPS_FIX_EX:
+        if (r.Chance(60)) {
+            using namespace ZelkoGpsFix;
+            Put(f, kMode, r.Pick(std::vector<unsigned char>{MODE_FIX, MODE_FIX | 1 << MODE_3D_BIT, 0x02}));
+        }
         break;
-    case 0x3201:
-        if (r.Chance(70)) ZelkoPutLE<uint16_t>(&f[3], r.Pick(std::vector<uint16_t>{80, 1999, 2000, 2024, 2107}));
+    case ZELKO_ID_UTC_CONSTEL:
+        if (r.Chance(70)) Put(f, ZelkoUtcConstel::kYear, r.Pick(std::vector<uint16_t>{80, 1999, 2000, 2024, 2107}));
         break;
-    case 0x3301:
-        f[4] = static_cast<unsigned char>(r.Below(45));
+    case ZELKO_ID_CHANNEL_MEAS:
+        Put(f, ZelkoChannelMeas::kSat, r.Below(45));
         break;
-    case 0x7013:
-        f[3] = r.Chance(80) ? static_cast<unsigned char>(r.Range(6, 9)) : f[3];
-        f[27] = static_cast<unsigned char>(entries);
-        if (r.Chance(20)) ZelkoPutLE<uint32_t>(&f[19], 0);
+    case ZELKO_ID_DR_SENSOR:
+        if (r.Chance(80)) f[ZelkoDRSensor::FRAME_VERSION_AT] = static_cast<unsigned char>(r.Range(6, 9));
+        f[ZelkoDRSensor::FRAME_COUNT_AT] = static_cast<unsigned char>(entries);
+        if (r.Chance(20)) {  // no samples; the record keeps the frame's sensor block from its byte 1 on
+            using namespace ZelkoDRSensor;
+            ZelkoPutLE<uint32_t>(&f[FRAME_SENSOR_AT - kSensorTime.offset + kSamples.offset], 0);
+        }
         break;
-    case 0x7033:
-        f[3] = len == 58 ? 1 : r.Chance(90) ? 2 : 3;
+    case ZELKO_ID_ALT_FILTER:
+        Put(f, ZelkoAltFilter::kFormat, len == ZelkoAltFilter::FORMAT1_LEN ? 1 : r.Chance(90) ? 2 : 3);
         break;
-    case 0x7060:
-        ZelkoPutLE<float>(&f[29], r.Chance(10) ? 1.0f : static_cast<float>(r.Below(2001)) / 1000.0f - 1.0f);
-        ZelkoPutLE<float>(&f[33], static_cast<float>(r.Below(2001)) / 1000.0f - 1.0f);
-        if (r.Chance(50)) f[72] = 100;
+    case ZELKO_ID_MOUNT_ANGLE:
+        Put(f, ZelkoMountAngle::kPitch, r.Chance(10) ? 1.0f : static_cast<float>(r.Below(2001)) / 1000.0f - 1.0f);
+        Put(f, ZelkoMountAngle::kRoll, static_cast<float>(r.Below(2001)) / 1000.0f - 1.0f);
+        if (r.Chance(50)) Put(f, ZelkoMountAngle::kProgress, 100);
         break;
     }
     return ZelkoSeal(f);
@@ -157,8 +180,9 @@ Bytes RandomSegment(Random& r)
     }
     Bytes burst;  // many small frames, for the per-call limit
     for (uint32_t n = r.Range(15, 40); n > 0; --n) {
-        Bytes f = ZelkoBlankFrame(0x33, 0x01, GpsChMeasShStat::kSize);
-        f[4] = static_cast<unsigned char>(r.Below(45));
+        const DrawnKind k = Drawn(ZELKO_ID_CHANNEL_MEAS);
+        Bytes f = ZelkoBlankFrame(k.code, k.sub, k.len);
+        Put(f, ZelkoChannelMeas::kSat, r.Below(45));
         ZelkoAppend(burst, ZelkoStuff(ZelkoSeal(f)));
     }
     return burst;
