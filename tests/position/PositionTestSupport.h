@@ -56,13 +56,6 @@ inline std::string Describe(const _mGpsDataEx& p)
                 p.ucFixValid, p.sAltitude, p.ucPosMode);
 }
 
-inline std::string Describe(const _mZelkoLowDataInfo& l)
-{
-    return Text("pos %d,%d quality %u dop %d,%d raw %u head %u alt %d %u-%u-%u %u:%u:%u", l.lLon, l.lLat,
-                l.wFixQuality, l.sDop2, l.sDop3, l.wRawSpeed, l.wHeading, l.lAltitude, l.wYear, l.ucMonth, l.ucDay,
-                l.ucHour, l.ucMinute, l.ucSecond);
-}
-
 // The engineering record without its DR values and identity, which tests check where they change.
 inline std::string Describe(const _mGPSDREngineerInfo& e)
 {
