@@ -23,6 +23,7 @@
 #include "jni/NativeCall.h"
 #include "platform/mAndroidLog.h"
 #include "tests/e2e/ToolProcess.h"
+#include "tests/support/WaitUntil.h"
 #include "tools/common/DeviceLink.h"
 #include "tools/common/ProcSelf.h"
 #include "tools/common/SimProcess.h"
@@ -44,17 +45,6 @@ std::vector<GpsDRInterface*>& KeptFacades()
 {
     static auto* kept = new std::vector<GpsDRInterface*>;
     return *kept;
-}
-
-template <typename Pred>
-bool WaitFor(Pred done, Clock::duration limit)
-{
-    const Clock::time_point deadline = Clock::now() + limit;
-    while (!done()) {
-        if (Clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(milliseconds(10));
-    }
-    return true;
 }
 
 // One cycle: what the module does meanwhile, what the caller does, and when; drawn from a seeded
@@ -243,7 +233,7 @@ protected:
         facades.push_back(g_pGpsDr.load());
         EXPECT_EQ(c.device == Missing ? 0 : 1, started);
         if (started && c.action != EarlyStop) {
-            EXPECT_TRUE(WaitFor([] { return procself::LibraryThreadCount() == 3; }, seconds(2)))
+            EXPECT_TRUE(testsupport::WaitUntil([] { return procself::LibraryThreadCount() == 3; }, 2000))
                 << "running:" << procself::LibraryThreadList();
         }
         if (c.action == DoubleStart) {
@@ -268,7 +258,7 @@ protected:
         m_caller.commands = false;
 
         // An orphaned facade's update thread ends at its next cycle, well inside this limit.
-        EXPECT_TRUE(WaitFor([] { return procself::LibraryThreadCount() == 0; }, seconds(3)))
+        EXPECT_TRUE(testsupport::WaitUntil([] { return procself::LibraryThreadCount() == 0; }, 3000))
             << "left after the stop:" << procself::LibraryThreadList();
         for (GpsDRInterface* f : facades) {
             EXPECT_EQ(-1, f->GetParam(16)) << "a facade still reaches the freed manager";
@@ -309,7 +299,7 @@ TEST_F(Stress, RandomStartStopCyclesLeaveNoThreadAndNoDanglingManager)
     m_steady.Stop();
 
     // The caller's and the watchdog's threads were there from the start.
-    EXPECT_TRUE(WaitFor([&] { return procself::TaskCount() == m_baseTasks; }, seconds(5)))
+    EXPECT_TRUE(testsupport::WaitUntil([&] { return procself::TaskCount() == m_baseTasks; }))
         << procself::TaskCount() << " threads, began with " << m_baseTasks;
     m_caller.Join();
 
