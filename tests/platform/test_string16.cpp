@@ -134,15 +134,15 @@ TEST(String16, NumbersCaseNarrowingAndScanning)
     Ucs4ToUcs2(c.data(), "A\xE9");
     EXPECT_EQ(c, (Units{'A', 0xE9, 0, 0}));
 
-    int d = 0, i = 0, used = 0;
+    int d = 0, i = 0, octal = 0, used = 0;
     unsigned x = 0;
     Units word(8, E), ch(2, E);
-    EXPECT_EQ(swscanf16(W16(" -12 fF word 0x1F 7 zq"), W16("%d %lx %s %i %*d%n %c"), &d, &x, word.data(), &i, &used,
-                        ch.data()),
-              5);
+    EXPECT_EQ(swscanf16(W16(" -12 fF word 0x1F 017 %7 zq"), W16("%d %lx %s %i %i %%%*d%n %c"), &d, &x, word.data(), &i,
+                        &octal, &used, ch.data()),
+              6);
     EXPECT_EQ(std::to_string(d) + " " + std::to_string(x) + " " + A(word.data()) + " " + std::to_string(i) + " " +
-                  std::to_string(used),
-              "-12 255 word 31 19");
+                  std::to_string(octal) + " " + std::to_string(used),
+              "-12 255 word 31 15 24");
     EXPECT_EQ(ch, (Units{'z', E}));  // no terminator after %c
     EXPECT_EQ(swscanf16(W16("  "), W16("%d"), &d), -1);
 }
