@@ -68,6 +68,8 @@ TEST_F(MMCaller, EveryParameterCaseAndItsMessage)
         EXPECT_EQ(log.Take(), c.lines);
     }
 
+    // The stores nothing reads back answer 1, as callers check.
+    EXPECT_EQ(s_mm->SetSimulState(1) + s_mm->SetReciveSavePosInfo(1) + s_mm->SetShowMMDebugMsg(1), 3);
     EXPECT_EQ(s_mm->SetUserDataPath(nullptr), 0);
     EXPECT_EQ(s_mm->SetUserDataPath(mmt::W(std::string(400, 'a')).data()), 1);  // longer than the field: kept inside
 }
