@@ -1,3 +1,4 @@
+// What one update cycle hands to Java for a published position and GPS summary.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
